@@ -1,0 +1,4 @@
+target_sources(ksr_core_obj PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/ksr_types.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ksr_console.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ksr_logger.cpp)

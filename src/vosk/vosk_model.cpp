@@ -1,0 +1,44 @@
+#include "vosk_model.h"
+
+#include "ksr_logger.h"
+#include "vosk/vosk_c_api.h"
+
+namespace Vosk {
+
+Model::Model() { init(); }
+
+Model::~Model()
+{
+    if (mp_voskModel)
+        vosk_model_free(mp_voskModel);
+}
+
+void Model::init()
+{
+    mp_voskModel = nullptr;
+    m_sampleRate = 16000;
+}
+
+bool Model::initialize(const std::string& path, unsigned int sampleRate)
+{
+    mp_voskModel = vosk_model_new(path.c_str());
+    if (!mp_voskModel) {
+        KSR_Logger::Error("Model:  initializeModel: mp_voskModel is null");
+        return false;
+    }
+    m_sampleRate = sampleRate;
+    return true;
+}
+
+bool Model::findWord(const std::string& word) const
+{
+    if (!mp_voskModel) {
+        KSR_Logger::Error("Recognizer: findWord: mp_voskModel is null");
+        return false;
+    }
+    return vosk_model_find_word(mp_voskModel, word.c_str()) != -1;
+}
+
+unsigned int Model::sampleRate() const { return m_sampleRate; }
+
+}  // namespace Vosk
