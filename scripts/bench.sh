@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Builds the project in release mode and runs every benchmark (bench/), each
+# printing its figures against a baseline measured in the same run.
+# Usage: scripts/bench.sh [NAME-FILTER]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+say() { echo "[bench] $*"; }
+./scripts/setup.sh
+cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=Release -DKSR_BUILD_TESTS=OFF >/dev/null
+say "building"
+cmake --build build-release | grep -vE '^\[[0-9]+/[0-9]+\]' || true
+filter=${1:-}
+for bench in $(find build-release/bench -maxdepth 3 -type f -name 'ksr-bench-*' -perm -u+x | sort); do
+  case "$(basename "$bench")" in *"$filter"*) ;; *) continue ;; esac
+  say "running $(basename "$bench")"
+  "$bench"
+done
