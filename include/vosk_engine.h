@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -23,7 +24,13 @@ class Recognizer;
 // keywords, forced words, thresholds, modes, activation) while the worker
 // thread feeds audio. Flags are atomic; the lists, keywords and phrase text
 // are guarded by one mutex, which is never held while the registered
-// functions run (they re-enter the engine on the same thread).
+// functions run (they re-enter the engine on the same thread, for instance
+// an activation key rebuilds the phrase list from inside the command
+// function). The recognizers belong to the worker thread: only processAudio
+// and processFinalAudio touch them, and initialize, which replaces the model
+// and the free recognizers, must not overlap those two (the manager calls it
+// once, before audio starts). processAudio must not be re-entered from a
+// registered function.
 // Non-copyable: the engine owns library handles.
 class KSR_EXPORT Engine {
 public:
@@ -71,12 +78,26 @@ private:
     std::string resultToCommand(const std::string& json);
     std::string resultToSpelling(const std::string& json);
 
+    // The phrase-list build; the caller holds m_mutex.
+    std::string buildCommandsPhrasesLocked();
+    bool createModelAndRecognizers(const std::string& modelPath);
+    void releaseFreeRecognizers();
+    // The stages of processAudio, each on the worker thread. runCommandStage
+    // sets commandTaken when it delivered a confident final result.
+    void runCommandStage(const char* data, int length, bool& commandTaken);
+    bool ensureCommandRecognizer();
+    void runDictationStage(const char* data, int length, bool commandTaken);
+    void runSpellingStage(const char* data, int length, bool commandTaken);
+    bool hasDictationFunction() const;
+    KSR::CommandRecognizedFunction commandFunction() const;
+    KSR::DictationRecognizedFunction dictationFunction() const;
+
     // Tests reach the private steps through this friend.
     friend class EngineTestAccess;
 
-    Vosk::Recognizer* mp_dictationRecognizer;
-    Vosk::Recognizer* mp_commandRecognizer;
-    Vosk::Recognizer* mp_spellingRecognizer;
+    std::unique_ptr<Vosk::Recognizer> mp_dictationRecognizer;
+    std::unique_ptr<Vosk::Recognizer> mp_commandRecognizer;
+    std::unique_ptr<Vosk::Recognizer> mp_spellingRecognizer;
     std::vector<std::string> m_commandsList;
     std::vector<std::string> m_forcedWordsList;
     std::string m_literalKeyword;
@@ -92,9 +113,15 @@ private:
     std::atomic<bool> m_commandsChanged;
     std::atomic<bool> m_activated;
     std::atomic<bool> m_modeChanged;
-    Vosk::Model* mp_model;
+    std::unique_ptr<Vosk::Model> mp_model;
     KSR::CommandRecognizedFunction m_commandRecognizedFunction;
     KSR::DictationRecognizedFunction m_dictationRecognizedFunction;
+
+    // Set by setCommandsList, cleared by the next phrase build: a list that
+    // no build has consumed yet. It keeps a host-thread grammar change from
+    // being lost when a chunk clears m_commandsChanged between the host's
+    // setCommandsList and setActivated(true). Guarded by m_mutex.
+    bool m_commandsListPending;
 
     // Guards the lists, keywords, phrase text and the two functions.
     mutable std::mutex m_mutex;

@@ -1,3 +1,7 @@
 target_sources(ksr_core_obj PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/vosk_model.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/vosk_recognizer.cpp)
+  ${CMAKE_CURRENT_LIST_DIR}/vosk_recognizer.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/json_phrase.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/vosk_engine.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/vosk_engine_results.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/vosk_engine_audio.cpp)

@@ -1,0 +1,211 @@
+// Vosk::Engine: feeding audio to the recognizers and delivering what they
+// recognize, on the worker thread.
+//
+// Every chunk goes to the command recognizer first, then (dictation mode on)
+// to the dictation or the spelling recognizer. The registered functions are
+// called with no lock held: they may re-enter the engine (an activation key
+// replaces the command list and reactivates the engine from inside the
+// command function).
+#include "vosk_engine.h"
+
+#include "vosk/vosk_recognizer.h"
+#include "vosk_model.h"
+
+namespace Vosk {
+
+namespace {
+
+KSR::RecognitionState stateOf(bool accepted, bool confident)
+{
+    if (!accepted)
+        return KSR::Hypothesis;
+    return confident ? KSR::Recognized : KSR::Failed;
+}
+
+}  // namespace
+
+KSR::CommandRecognizedFunction Engine::commandFunction() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_commandRecognizedFunction;
+}
+
+KSR::DictationRecognizedFunction Engine::dictationFunction() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_dictationRecognizedFunction;
+}
+
+bool Engine::hasDictationFunction() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return static_cast<bool>(m_dictationRecognizedFunction);
+}
+
+void Engine::processAudio(const char* data, int length)
+{
+    // Off, or nothing to feed: the chunk is dropped and the recognizers keep
+    // their state. A negative length is refused like an empty chunk; the
+    // library would read outside the buffer.
+    if (!m_initialized || !m_activated || !data || length <= 0)
+        return;
+
+    bool commandTaken = false;
+    runCommandStage(data, length, commandTaken);
+
+    // A grammar change keeps this chunk from dictation; the next chunk builds
+    // the command recognizer from the new phrases. A recognizer still here
+    // was kept by the command stage because the change arrived while it ran
+    // (from a registered function or from another thread): it goes too, so
+    // the change is not lost.
+    if (m_commandsChanged.exchange(false)) {
+        mp_commandRecognizer.reset();
+        return;
+    }
+    runDictationStage(data, length, commandTaken);
+}
+
+// Creates the command recognizer from the current phrase list when there is
+// none. An empty list is not handed to the library, which fails on a grammar
+// that is not a JSON array; it counts as a recognizer the library refused.
+bool Engine::ensureCommandRecognizer()
+{
+    if (mp_commandRecognizer)
+        return true;
+    std::string phrases;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        phrases = m_commandsPhrases;
+    }
+    if (phrases.empty())
+        return false;
+    mp_commandRecognizer.reset(
+        new Recognizer(*mp_model, static_cast<float>(mp_model->sampleRate()), phrases));
+    if (!mp_commandRecognizer->isValid()) {
+        mp_commandRecognizer.reset();
+        return false;
+    }
+    return true;
+}
+
+void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
+{
+    if (!ensureCommandRecognizer())
+        return;
+
+    const bool accepted = mp_commandRecognizer->acceptWaveform(data, length);
+    const std::string json = accepted ? mp_commandRecognizer->result() : mp_commandRecognizer->partialResult();
+
+    if (m_commandsChanged) {
+        mp_commandRecognizer.reset();
+        return;
+    }
+    if (m_modeChanged.exchange(false)) {
+        // A mode switch flushes the audio heard so far, once.
+        mp_commandRecognizer->finalResult();
+        mp_commandRecognizer.reset();
+        return;
+    }
+
+    const std::string command = resultToCommand(json);
+    std::string text = commandToText(command);
+    const bool confident = isConfident(json, Command);
+    const KSR::RecognitionState state = stateOf(accepted, confident);
+
+    // A command that starts with the literal or the forced-words keyword is
+    // dictated text, delivered even with dictation mode off.
+    if (!text.empty()) {
+        const KSR::DictationRecognizedFunction deliver = dictationFunction();
+        if (!deliver)
+            return;
+        deliver(text, state);
+    } else if (!command.empty()) {
+        const KSR::CommandRecognizedFunction deliver = commandFunction();
+        if (!deliver)
+            return;
+        deliver(command, state);
+    } else {
+        return;
+    }
+
+    if (state == KSR::Hypothesis)
+        return;
+    if (state == KSR::Recognized) {
+        // The words of a confident command must not also be dictated.
+        commandTaken = true;
+        if (mp_commandRecognizer)
+            mp_commandRecognizer->finalResult();
+    }
+    // After a final delivery the next chunk starts a fresh recognizer built
+    // from the current phrases.
+    mp_commandRecognizer.reset();
+}
+
+void Engine::runDictationStage(const char* data, int length, bool commandTaken)
+{
+    if (!m_dictationModeEnabled || !mp_dictationRecognizer || !mp_spellingRecognizer ||
+        !hasDictationFunction())
+        return;
+    if (m_spellingEnabled) {
+        runSpellingStage(data, length, commandTaken);
+        return;
+    }
+
+    const bool accepted = mp_dictationRecognizer->acceptWaveform(data, length);
+    const std::string json = accepted ? mp_dictationRecognizer->result() : mp_dictationRecognizer->partialResult();
+    // Flush once after a mode switch that the command stage did not flush,
+    // and drop the words that were just taken as a command.
+    if (m_modeChanged.exchange(false) || commandTaken) {
+        mp_dictationRecognizer->finalResult();
+        return;
+    }
+
+    const bool confident = isConfident(json, Dictation);
+    std::string text = jsonToString(json);
+    if (text.empty())
+        return;
+    const KSR::DictationRecognizedFunction deliver = dictationFunction();
+    if (!deliver)
+        return;
+    const KSR::RecognitionState state = stateOf(accepted, confident);
+    deliver(text, state);
+    if (state == KSR::Recognized && mp_dictationRecognizer)
+        mp_dictationRecognizer->finalResult();
+}
+
+// Spelling delivers final results only. The discarded final result follows
+// a confident delivery, as in the dictation and command stages.
+void Engine::runSpellingStage(const char* data, int length, bool commandTaken)
+{
+    if (!mp_spellingRecognizer->acceptWaveform(data, length))
+        return;
+    const std::string json = mp_spellingRecognizer->result();
+    if (m_modeChanged.exchange(false) || commandTaken) {
+        mp_spellingRecognizer->finalResult();
+        return;
+    }
+
+    const bool confident = isConfident(json, Dictation);
+    std::string letters = resultToSpelling(json);
+    if (letters.empty())
+        return;
+    const KSR::DictationRecognizedFunction deliver = dictationFunction();
+    if (!deliver)
+        return;
+    deliver(letters, confident ? KSR::Recognized : KSR::Failed);
+    if (confident && mp_spellingRecognizer)
+        mp_spellingRecognizer->finalResult();
+}
+
+// The end of capture: whatever the recognizers still hold is dropped.
+void Engine::processFinalAudio()
+{
+    if (mp_commandRecognizer)
+        mp_commandRecognizer->finalResult();
+    if (mp_dictationRecognizer)
+        mp_dictationRecognizer->finalResult();
+    if (mp_spellingRecognizer)
+        mp_spellingRecognizer->finalResult();
+}
+
+}  // namespace Vosk

@@ -1,0 +1,142 @@
+// Vosk::Engine: reading the recognizers' JSON results and the confidence
+// rules.
+//
+// Each call parses its text afresh into a document of its own (RapidJSON's
+// pooled allocator, 64 KiB chunks); results are small and nothing is cached.
+// The library writes "partial" and "text" as strings and "conf" as a number.
+// Members of another type are read defensively instead of trusting them: a
+// non-string "partial" or "text" reads as an empty string, a non-numeric
+// "conf" as 0 (a word whose confidence cannot be read is not trusted), and a
+// "result" that is not an array as one without words.
+#include "vosk_engine.h"
+
+#include <climits>
+#include <cmath>
+
+#include <rapidjson/document.h>
+
+#include "ksr_logger.h"
+
+namespace Vosk {
+
+namespace {
+
+const char* const kNotJson = "Engine: given data is not in JSON format";
+
+bool parseObject(const std::string& json, rapidjson::Document& document)
+{
+    document.Parse(json.c_str(), json.size());
+    return !document.HasParseError() && document.IsObject();
+}
+
+std::string stringValue(const rapidjson::Value& value)
+{
+    return value.IsString() ? std::string(value.GetString(), value.GetStringLength()) : std::string();
+}
+
+// Truncation toward zero to a signed 32-bit number, as the processor's
+// conversion does it: not-a-number and values out of range give the smallest
+// value (a plain cast would be undefined there).
+int truncateToInt(double value)
+{
+    if (std::isnan(value) || value >= 2147483648.0 || value <= -2147483649.0)
+        return INT_MIN;
+    return static_cast<int>(value);
+}
+
+}  // namespace
+
+std::string Engine::jsonToString(const std::string& json)
+{
+    rapidjson::Document document;
+    if (!parseObject(json, document)) {
+        KSR_Logger::Error(kNotJson);
+        return json;
+    }
+    const auto partial = document.FindMember("partial");
+    if (partial != document.MemberEnd())
+        return stringValue(partial->value);
+    const auto text = document.FindMember("text");
+    if (text != document.MemberEnd())
+        return stringValue(text->value);
+    // Neither member: the text stays as it came.
+    return json;
+}
+
+// Confident when every word and the mean reach the command threshold
+// (Command), or when the mean reaches the dictation threshold (any other
+// mode). The sum is single precision and both figures are truncated: with
+// 0.95 and 0.85 the minimum is 85 and the mean 89, not 90. Results that hold
+// "[unk]" anywhere in the text are never confident, nor are results without
+// words (the mean of none is not a number).
+bool Engine::isConfident(const std::string& json, RecognitionMode mode)
+{
+    rapidjson::Document document;
+    if (!parseObject(json, document)) {
+        KSR_Logger::Error(kNotJson);
+        return false;
+    }
+    const auto result = document.FindMember("result");
+    if (result == document.MemberEnd())
+        return false;
+    if (json.find("[unk]") != std::string::npos)
+        return false;
+
+    int minimum = 100;
+    float sum = 0.0f;
+    const rapidjson::SizeType count = result->value.IsArray() ? result->value.Size() : 0;
+    for (rapidjson::SizeType i = 0; i < count; ++i) {
+        const rapidjson::Value& word = result->value[i];
+        if (!word.IsObject())
+            continue;
+        const auto conf = word.FindMember("conf");
+        if (conf == word.MemberEnd())
+            continue;
+        const float value = conf->value.IsNumber() ? static_cast<float>(conf->value.GetDouble()) : 0.0f;
+        sum += value;
+        const float percent = value * 100.0f;
+        if (static_cast<float>(minimum) > percent)
+            minimum = truncateToInt(percent);
+    }
+    const int average = truncateToInt(static_cast<double>(sum) * 100.0 / static_cast<double>(count));
+
+    if (mode == Command) {
+        const int threshold = m_commandConfidenceThreshold;
+        return minimum >= threshold && average >= threshold;
+    }
+    return average >= m_dictationConfidenceThreshold;
+}
+
+std::string Engine::resultToCommand(const std::string& json)
+{
+    if (json.empty())
+        return std::string();
+    bool listEmpty = false;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        listEmpty = m_commandsList.empty();
+    }
+    if (listEmpty) {
+        KSR_Logger::Log("Engine: commands list is empty");
+        return std::string();
+    }
+    std::string text = jsonToString(json);
+    // The grammar is being rebuilt: the old recognizer's words no longer count.
+    if (m_commandsChanged)
+        return std::string();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (const std::string& phrase : m_commandsList) {
+        if (phrase == text)
+            return text;
+    }
+    return std::string();
+}
+
+std::string Engine::resultToSpelling(const std::string& json)
+{
+    if (json.empty() || json.find("[unk]") != std::string::npos)
+        return std::string();
+    return jsonToString(json);
+}
+
+}  // namespace Vosk
