@@ -26,10 +26,16 @@ const char* const kSpellingGrammar =
 
 int index(Kind kind) { return static_cast<int>(kind); }
 
+void record(State& s, std::string call)
+{
+    if (s.recordCalls)
+        s.calls.push_back(std::move(call));
+}
+
 VoskRecognizer* makeRecognizer(Kind kind)
 {
     State& s = state();
-    s.calls.push_back(std::string("new:") + kindName(kind));
+    record(s, std::string("new:") + kindName(kind));
     bool fails = false;
     if (kind == Kind::Dictation)
         fails = s.dictationNewFails;
@@ -98,6 +104,13 @@ std::vector<std::string> grammars()
     return state().grammars;
 }
 
+void setCycle(Kind kind, const std::vector<Step>& steps)
+{
+    std::lock_guard<std::mutex> lock(mutex());
+    state().cycle[index(kind)] = steps;
+    state().cyclePosition[index(kind)] = 0;
+}
+
 const char* kindName(Kind kind)
 {
     switch (kind) {
@@ -125,7 +138,7 @@ VoskModel* vosk_model_new(const char* model_path)
     std::lock_guard<std::mutex> lock(FakeVosk::mutex());
     FakeVosk::State& s = FakeVosk::state();
     s.lastModelPath = model_path ? model_path : "";
-    s.calls.push_back("model_new");
+    FakeVosk::record(s, "model_new");
     if (s.modelNewFails)
         return nullptr;
     ++s.modelsAlive;
@@ -135,7 +148,7 @@ VoskModel* vosk_model_new(const char* model_path)
 void vosk_model_free(VoskModel* model)
 {
     std::lock_guard<std::mutex> lock(FakeVosk::mutex());
-    FakeVosk::state().calls.push_back("model_free");
+    FakeVosk::record(FakeVosk::state(), "model_free");
     if (model)
         --FakeVosk::state().modelsAlive;
     delete model;
@@ -178,12 +191,15 @@ int vosk_recognizer_accept_waveform(VoskRecognizer* recognizer, const char*, int
     std::lock_guard<std::mutex> lock(FakeVosk::mutex());
     FakeVosk::State& s = FakeVosk::state();
     const int k = FakeVosk::index(recognizer->kind);
-    s.calls.push_back(std::string("accept:") + FakeVosk::kindName(recognizer->kind));
+    FakeVosk::record(s, std::string("accept:") + FakeVosk::kindName(recognizer->kind));
     s.bytesFed[k] += length;
     FakeVosk::Step step;
     if (!s.steps[k].empty()) {
         step = s.steps[k].front();
         s.steps[k].pop_front();
+    } else if (!s.cycle[k].empty()) {
+        step = s.cycle[k][s.cyclePosition[k] % s.cycle[k].size()];
+        ++s.cyclePosition[k];
     } else {
         step.json = "{\n  \"partial\" : \"\"\n}";
     }
@@ -194,7 +210,7 @@ int vosk_recognizer_accept_waveform(VoskRecognizer* recognizer, const char*, int
 const char* vosk_recognizer_result(VoskRecognizer* recognizer)
 {
     std::lock_guard<std::mutex> lock(FakeVosk::mutex());
-    FakeVosk::state().calls.push_back(std::string("result:") + FakeVosk::kindName(recognizer->kind));
+    FakeVosk::record(FakeVosk::state(), std::string("result:") + FakeVosk::kindName(recognizer->kind));
     recognizer->resultBuffer = recognizer->current;
     return recognizer->resultBuffer.c_str();
 }
@@ -202,7 +218,7 @@ const char* vosk_recognizer_result(VoskRecognizer* recognizer)
 const char* vosk_recognizer_partial_result(VoskRecognizer* recognizer)
 {
     std::lock_guard<std::mutex> lock(FakeVosk::mutex());
-    FakeVosk::state().calls.push_back(std::string("partial:") + FakeVosk::kindName(recognizer->kind));
+    FakeVosk::record(FakeVosk::state(), std::string("partial:") + FakeVosk::kindName(recognizer->kind));
     recognizer->resultBuffer = recognizer->current;
     return recognizer->resultBuffer.c_str();
 }
@@ -212,7 +228,7 @@ const char* vosk_recognizer_final_result(VoskRecognizer* recognizer)
     std::lock_guard<std::mutex> lock(FakeVosk::mutex());
     FakeVosk::State& s = FakeVosk::state();
     const int k = FakeVosk::index(recognizer->kind);
-    s.calls.push_back(std::string("final:") + FakeVosk::kindName(recognizer->kind));
+    FakeVosk::record(s, std::string("final:") + FakeVosk::kindName(recognizer->kind));
     if (!s.finals[k].empty()) {
         recognizer->resultBuffer = s.finals[k].front();
         s.finals[k].pop_front();
@@ -227,7 +243,7 @@ void vosk_recognizer_free(VoskRecognizer* recognizer)
     std::lock_guard<std::mutex> lock(FakeVosk::mutex());
     if (recognizer) {
         FakeVosk::State& s = FakeVosk::state();
-        s.calls.push_back(std::string("free:") + FakeVosk::kindName(recognizer->kind));
+        FakeVosk::record(s, std::string("free:") + FakeVosk::kindName(recognizer->kind));
         --s.alive[FakeVosk::index(recognizer->kind)];
     }
     delete recognizer;

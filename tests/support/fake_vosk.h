@@ -39,6 +39,12 @@ struct State {
     // Scripts.
     std::deque<Step> steps[3];
     std::deque<std::string> finals[3];
+    // Steps repeated in order whenever a kind's queue is empty (long runs
+    // such as stress tests); empty means the default {0, partial ""}.
+    std::vector<Step> cycle[3];
+    std::size_t cyclePosition[3] = {0, 0, 0};
+    // False keeps `calls` from growing during long runs.
+    bool recordCalls = true;
     // What happened.
     std::vector<std::string> calls;       // e.g. "new:Command", "accept:Command", "final:Dictation"
     std::vector<std::string> grammars;    // grammar text of every recognizer made with one
@@ -65,6 +71,9 @@ int created(Kind kind);
 std::vector<std::string> grammars();
 
 const char* kindName(Kind kind);
+
+// Steps that `kind` repeats once its queue is empty (takes the lock).
+void setCycle(Kind kind, const std::vector<Step>& steps);
 
 }  // namespace FakeVosk
 
