@@ -1,0 +1,309 @@
+#include "fake_grammar.h"
+
+#include <cstdio>
+
+#include "fake_context.h"
+#include "fake_registry.h"
+
+namespace SapiFakes {
+
+namespace {
+
+std::string wordTypeName(SPGRAMMARWORDTYPE type)
+{
+    switch (type) {
+    case SPWT_DISPLAY:
+        return "SPWT_DISPLAY";
+    case SPWT_LEXICAL:
+        return "SPWT_LEXICAL";
+    case SPWT_PRONUNCIATION:
+        return "SPWT_PRONUNCIATION";
+    default:
+        return "SPWT_" + std::to_string(static_cast<int>(type));
+    }
+}
+
+std::string weightText(float weight)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), "%g", static_cast<double>(weight));
+    return text;
+}
+
+std::string quoted(const std::string& text) { return "\"" + text + "\""; }
+
+}  // namespace
+
+FakeGrammar::FakeGrammar(ULONGLONG id, FakeContext* context)
+    : m_id(id)
+    , m_context(KSR::ComPtr<FakeContext>::share(context))
+{
+    Registry<FakeGrammar>::add(this);
+}
+
+FakeGrammar::~FakeGrammar()
+{
+    Registry<FakeGrammar>::remove(this);
+    CallLog::add(logName() + " destroyed");
+}
+
+bool FakeGrammar::implements(REFIID riid) const
+{
+    return IsEqualIID(riid, IID_ISpRecoGrammar) || IsEqualIID(riid, IID_ISpGrammarBuilder);
+}
+
+SPGRAMMARSTATE FakeGrammar::grammarState() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_state;
+}
+
+SPRULESTATE FakeGrammar::ruleState(const std::string& rule) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto it = m_rules.find(rule);
+    return it == m_rules.end() ? SPRS_INACTIVE : it->second.state;
+}
+
+bool FakeGrammar::hasRule(const std::string& rule) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_rules.count(rule) != 0;
+}
+
+DWORD FakeGrammar::ruleId(const std::string& rule) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto it = m_rules.find(rule);
+    return it == m_rules.end() ? 0 : it->second.id;
+}
+
+std::vector<WordTransition> FakeGrammar::transitions() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_transitions;
+}
+
+int FakeGrammar::commits() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_commits;
+}
+
+bool FakeGrammar::dictationLoaded() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_dictationLoaded;
+}
+
+SPRULESTATE FakeGrammar::dictationState() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_dictationState;
+}
+
+void FakeGrammar::setUnpronounceable(const std::string& word)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_unpronounceable.insert(word);
+}
+
+std::string FakeGrammar::stateName(SPSTATEHANDLE state) const
+{
+    if (!state)
+        return "end";
+    for (const auto& rule : m_rules)
+        if (reinterpret_cast<SPSTATEHANDLE>(rule.second.initialState.get()) == state)
+            return "start of " + rule.first;
+    return "unknown state";
+}
+
+HRESULT FakeGrammar::GetRule(LPCWSTR pszRuleName, DWORD dwRuleId, DWORD dwAttributes, BOOL fCreateIfNotExist,
+                             SPSTATEHANDLE* phInitialState)
+{
+    const std::string name = narrow(pszRuleName);
+    CallLog::add(logName() + ".GetRule(" + name + ", " + std::to_string(dwRuleId) + ", " + hex(dwAttributes) + ", " +
+                 std::to_string(fCreateIfNotExist) + ")");
+    const HRESULT result = script("GetRule");
+    if (FAILED(result))
+        return result;
+    if (!phInitialState)
+        return E_POINTER;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto it = m_rules.find(name);
+    if (it == m_rules.end()) {
+        if (!fCreateIfNotExist)
+            return E_INVALIDARG;
+        Rule rule;
+        rule.id = dwRuleId;
+        rule.attributes = dwAttributes;
+        rule.state = (dwAttributes & SPRAF_Active) ? SPRS_ACTIVE : SPRS_INACTIVE;
+        rule.initialState = std::make_unique<int>(0);
+        it = m_rules.emplace(name, std::move(rule)).first;
+    }
+    *phInitialState = reinterpret_cast<SPSTATEHANDLE>(it->second.initialState.get());
+    return S_OK;
+}
+
+HRESULT FakeGrammar::AddWordTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE hToState, LPCWSTR psz,
+                                       LPCWSTR pszSeparators, SPGRAMMARWORDTYPE eWordType, float Weight,
+                                       const SPPROPERTYINFO* pPropInfo)
+{
+    WordTransition transition;
+    std::string target;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        transition.rule = stateName(hFromState);
+        target = stateName(hToState);
+        transition.toEnd = hToState == nullptr;
+        transition.word = narrow(psz);
+        transition.separators = narrow(pszSeparators);
+        transition.type = eWordType;
+        transition.weight = Weight;
+        if (pPropInfo) {
+            transition.hasProperty = true;
+            transition.propertyName = narrow(pPropInfo->pszName);
+            transition.propertyId = pPropInfo->ulId;
+            transition.propertyValue = narrow(pPropInfo->pszValue);
+            transition.valueType = pPropInfo->vValue.vt;
+            transition.value = pPropInfo->vValue.lVal;
+        }
+    }
+    std::string property = "null";
+    if (transition.hasProperty)
+        property = "{" + transition.propertyName + ", " + std::to_string(transition.propertyId) + ", " +
+                   transition.propertyValue + ", vt " + std::to_string(transition.valueType) + " = " +
+                   std::to_string(transition.value) + "}";
+    CallLog::add(logName() + ".AddWordTransition(" + transition.rule + ", " + target + ", " +
+                 quoted(transition.word) + ", " + quoted(transition.separators) + ", " + wordTypeName(eWordType) +
+                 ", " + weightText(Weight) + ", " + property + ")");
+    const HRESULT result = script("AddWordTransition");
+    if (FAILED(result))
+        return result;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_transitions.push_back(transition);
+    return S_OK;
+}
+
+HRESULT FakeGrammar::Commit(DWORD dwReserved)
+{
+    CallLog::add(logName() + ".Commit(" + std::to_string(dwReserved) + ")");
+    const HRESULT result = script("Commit");
+    if (FAILED(result))
+        return result;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    ++m_commits;
+    return S_OK;
+}
+
+HRESULT FakeGrammar::GetGrammarId(ULONGLONG* pullGrammarId)
+{
+    if (!pullGrammarId)
+        return E_POINTER;
+    *pullGrammarId = m_id;
+    return S_OK;
+}
+
+HRESULT FakeGrammar::GetRecoContext(ISpRecoContext** ppRecoCtxt)
+{
+    if (!ppRecoCtxt)
+        return E_POINTER;
+    *ppRecoCtxt = m_context.get();
+    m_context->AddRef();
+    return S_OK;
+}
+
+HRESULT FakeGrammar::SetRuleState(LPCWSTR pszName, void* pReserved, SPRULESTATE NewState)
+{
+    const std::string name = narrow(pszName);
+    CallLog::add(logName() + ".SetRuleState(" + name + ", " + (pReserved ? "data" : "null") + ", " +
+                 ruleStateName(NewState) + ")");
+    const HRESULT result = script("SetRuleState");
+    if (FAILED(result))
+        return result;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!pszName) {
+        for (auto& rule : m_rules)
+            rule.second.state = NewState;
+        return S_OK;
+    }
+    const auto it = m_rules.find(name);
+    if (it == m_rules.end())
+        return E_INVALIDARG;
+    it->second.state = NewState;
+    return S_OK;
+}
+
+HRESULT FakeGrammar::LoadDictation(LPCWSTR pszTopicName, SPLOADOPTIONS Options)
+{
+    CallLog::add(logName() + ".LoadDictation(" + narrow(pszTopicName) + ", " +
+                 (Options == SPLO_STATIC ? "SPLO_STATIC" : "SPLO_DYNAMIC") + ")");
+    const HRESULT result = script("LoadDictation");
+    if (FAILED(result))
+        return result;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_dictationLoaded = true;
+    return S_OK;
+}
+
+HRESULT FakeGrammar::UnloadDictation()
+{
+    CallLog::add(logName() + ".UnloadDictation");
+    const HRESULT result = script("UnloadDictation");
+    if (FAILED(result))
+        return result;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_dictationLoaded = false;
+    return S_OK;
+}
+
+HRESULT FakeGrammar::SetDictationState(SPRULESTATE NewState)
+{
+    CallLog::add(logName() + ".SetDictationState(" + ruleStateName(NewState) + ")");
+    const HRESULT result = script("SetDictationState");
+    if (FAILED(result))
+        return result;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_dictationState = NewState;
+    return S_OK;
+}
+
+HRESULT FakeGrammar::IsPronounceable(LPCWSTR pszWord, SPWORDPRONOUNCEABLE* pWordPronounceable)
+{
+    const std::string word = narrow(pszWord);
+    CallLog::add(logName() + ".IsPronounceable(" + word + ")");
+    const HRESULT result = script("IsPronounceable");
+    if (FAILED(result))
+        return result;
+    if (!pWordPronounceable)
+        return E_POINTER;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    *pWordPronounceable =
+        m_unpronounceable.count(word) ? SPWP_UNKNOWN_WORD_UNPRONOUNCEABLE : SPWP_KNOWN_WORD_PRONOUNCEABLE;
+    return S_OK;
+}
+
+HRESULT FakeGrammar::SetGrammarState(SPGRAMMARSTATE eGrammarState)
+{
+    CallLog::add(logName() + ".SetGrammarState(" + grammarStateName(eGrammarState) + ")");
+    const HRESULT result = script("SetGrammarState");
+    if (FAILED(result))
+        return result;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_state = eGrammarState;
+    return S_OK;
+}
+
+HRESULT FakeGrammar::GetGrammarState(SPGRAMMARSTATE* peGrammarState)
+{
+    CallLog::add(logName() + ".GetGrammarState");
+    const HRESULT result = script("GetGrammarState");
+    if (FAILED(result))
+        return result;
+    if (!peGrammarState)
+        return E_POINTER;
+    *peGrammarState = grammarState();
+    return S_OK;
+}
+
+}  // namespace SapiFakes

@@ -1,0 +1,160 @@
+#include "fake_result.h"
+
+#include <cstring>
+#include <utility>
+
+namespace SapiFakes {
+
+namespace {
+
+// Lays the phrase out in one block: fixed parts first, then the strings.
+class BlockWriter {
+public:
+    explicit BlockWriter(std::size_t fixedSize) : m_fixed(fixedSize) {}
+    void addString(const std::string& text) { m_stringUnits += wide(text).size() + 1; }
+    std::size_t size() const { return m_fixed + m_stringUnits * sizeof(WCHAR); }
+
+    void start(unsigned char* block)
+    {
+        m_block = block;
+        m_next = m_fixed;
+    }
+    const WCHAR* place(const std::string& text)
+    {
+        const KSR::WideString converted = wide(text);
+        auto* target = reinterpret_cast<WCHAR*>(m_block + m_next);
+        std::memcpy(target, converted.c_str(), converted.size() * sizeof(WCHAR));
+        target[converted.size()] = 0;
+        m_next += (converted.size() + 1) * sizeof(WCHAR);
+        return target;
+    }
+
+private:
+    std::size_t m_fixed;
+    std::size_t m_stringUnits = 0;
+    unsigned char* m_block = nullptr;
+    std::size_t m_next = 0;
+};
+
+}  // namespace
+
+FakeResult::FakeResult(PhraseSpec spec)
+    : m_spec(std::move(spec))
+{
+}
+
+KSR::ComPtr<FakeResult> FakeResult::make(PhraseSpec spec)
+{
+    return KSR::ComPtr<FakeResult>::adopt(new FakeResult(std::move(spec)));
+}
+
+bool FakeResult::implements(REFIID riid) const
+{
+    return IsEqualIID(riid, IID_ISpRecoResult) || IsEqualIID(riid, IID_ISpPhrase);
+}
+
+SPPHRASE* FakeResult::buildPhrase() const
+{
+    const std::size_t propertiesOffset = sizeof(SPPHRASE);
+    const std::size_t elementsOffset = propertiesOffset + m_spec.properties.size() * sizeof(SPPHRASEPROPERTY);
+    BlockWriter writer(elementsOffset + m_spec.elements.size() * sizeof(SPPHRASEELEMENT));
+    writer.addString(m_spec.ruleName);
+    for (const auto& property : m_spec.properties) {
+        writer.addString(property.name);
+        writer.addString(property.value);
+    }
+    for (const auto& element : m_spec.elements) {
+        writer.addString(element.text);
+        writer.addString(element.text);
+    }
+
+    auto* block = static_cast<unsigned char*>(CoTaskMemAlloc(writer.size()));
+    if (!block)
+        return nullptr;
+    std::memset(block, 0, writer.size());
+    writer.start(block);
+
+    auto* phrase = reinterpret_cast<SPPHRASE*>(block);
+    auto* properties = reinterpret_cast<SPPHRASEPROPERTY*>(block + propertiesOffset);
+    auto* elements = reinterpret_cast<SPPHRASEELEMENT*>(block + elementsOffset);
+
+    phrase->cbSize = sizeof(SPPHRASE);
+    phrase->LangID = 0x0409;
+    phrase->ullGrammarID = m_spec.grammarId;
+    phrase->Rule.pszName = writer.place(m_spec.ruleName);
+    phrase->Rule.ulId = m_spec.ruleId;
+    phrase->Rule.ulCountOfElements = static_cast<ULONG>(m_spec.elements.size());
+    phrase->Rule.SREngineConfidence = m_spec.elements.empty() ? 0.0f : m_spec.elements.front().engineConfidence;
+
+    for (std::size_t i = 0; i < m_spec.properties.size(); ++i) {
+        const PhraseProperty& source = m_spec.properties[i];
+        SPPHRASEPROPERTY& target = properties[i];
+        target.pszName = writer.place(source.name);
+        target.ulId = source.id;
+        target.pszValue = writer.place(source.value);
+        target.vValue.vt = VT_I4;
+        target.vValue.lVal = source.number;
+        target.ulCountOfElements = static_cast<ULONG>(m_spec.elements.size());
+        target.pNextSibling = i + 1 < m_spec.properties.size() ? &properties[i + 1] : nullptr;
+    }
+    phrase->pProperties = m_spec.properties.empty() ? nullptr : properties;
+
+    for (std::size_t i = 0; i < m_spec.elements.size(); ++i) {
+        const PhraseElement& source = m_spec.elements[i];
+        SPPHRASEELEMENT& target = elements[i];
+        target.pszDisplayText = writer.place(source.text);
+        target.pszLexicalForm = writer.place(source.text);
+        target.RequiredConfidence = source.requiredConfidence;
+        target.ActualConfidence = source.requiredConfidence;
+        target.SREngineConfidence = source.engineConfidence;
+    }
+    phrase->pElements = m_spec.elements.empty() ? nullptr : elements;
+    return phrase;
+}
+
+HRESULT FakeResult::GetPhrase(SPPHRASE** ppCoMemPhrase)
+{
+    CallLog::add("Result.GetPhrase");
+    const HRESULT result = Script::next(logName(), "GetPhrase");
+    if (!ppCoMemPhrase)
+        return E_POINTER;
+    *ppCoMemPhrase = nullptr;
+    if (FAILED(result))
+        return result;
+    *ppCoMemPhrase = buildPhrase();
+    return *ppCoMemPhrase ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT FakeResult::GetText(ULONG ulStart, ULONG ulCount, BOOL fUseTextReplacements, LPWSTR* ppszCoMemText,
+                            BYTE* pbDisplayAttributes)
+{
+    CallLog::add("Result.GetText(" + hex(ulStart) + ", " + hex(ulCount) + ", " + std::to_string(fUseTextReplacements) +
+                 ", " + (pbDisplayAttributes ? "attributes" : "null") + ")");
+    const HRESULT result = Script::next(logName(), "GetText");
+    if (!ppszCoMemText)
+        return E_POINTER;
+    *ppszCoMemText = nullptr;
+    if (FAILED(result))
+        return result;
+    *ppszCoMemText = coTaskMemText(m_spec.text);
+    return S_OK;
+}
+
+PhraseSpec commandPhrase(ULONGLONG grammarId, ULONG ruleId, LONG commandId, const std::string& text,
+                         signed char requiredConfidence, float engineConfidence)
+{
+    PhraseSpec spec;
+    spec.grammarId = grammarId;
+    spec.ruleId = ruleId;
+    spec.ruleName = "rule";
+    spec.text = text;
+    spec.elements.push_back(PhraseElement{text, requiredConfidence, engineConfidence});
+    PhraseProperty property;
+    property.id = ruleId;
+    property.value = text;
+    property.number = commandId;
+    spec.properties.push_back(property);
+    return spec;
+}
+
+}  // namespace SapiFakes

@@ -1,0 +1,76 @@
+#ifndef KSR_TESTS_SAPI_MANAGER_TEST_H
+#define KSR_TESTS_SAPI_MANAGER_TEST_H
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "ksr_sapi_manager.h"
+#include "sapi_test.h"
+
+// A manager that records what reaches the three reporting operations, and
+// still logs them as the manager does.
+class RecordingManager : public KSR_Manager {
+public:
+    std::vector<KSR::SRData> recognitions;
+    std::vector<KSR::SRData> hypotheses;
+    int failures = 0;
+
+protected:
+    void processRecognition(KSR::SRData data) override
+    {
+        recognitions.push_back(data);
+        KSR_Manager::processRecognition(data);
+    }
+    void processHypothesis(KSR::SRData data) override
+    {
+        hypotheses.push_back(data);
+        KSR_Manager::processHypothesis(data);
+    }
+    void processRecognitionFailed() override
+    {
+        ++failures;
+        KSR_Manager::processRecognitionFailed();
+    }
+};
+
+class ManagerTest : public SapiTest {
+protected:
+    void TearDown() override
+    {
+        manager.reset();
+        SapiTest::TearDown();
+    }
+
+    // Builds the manager, handles the events its set-up left queued and
+    // starts the call log afresh.
+    RecordingManager& build()
+    {
+        manager = std::make_unique<RecordingManager>();
+        manager->setGrammarActivationFunction(
+            [this](KSR::GrammarId id, bool on) { activations.emplace_back(id, on); });
+        pump();
+        clearCalls();
+        log.clear();
+        activations.clear();
+        return *manager;
+    }
+    // Lets the engine handle every queued event.
+    void pump()
+    {
+        if (manager && manager->engine())
+            processAll(*manager->engine());
+    }
+    SapiFakes::FakeContext& context() { return *world.context(); }
+    void pushRecognition(SPEVENTENUM id, const SapiFakes::PhraseSpec& spec)
+    {
+        auto result = SapiFakes::FakeResult::make(spec);
+        ASSERT_TRUE(context().pushResult(id, result.get()));
+        pump();
+    }
+
+    std::unique_ptr<RecordingManager> manager;
+    std::vector<std::pair<KSR::GrammarId, bool>> activations;
+};
+
+#endif

@@ -1,0 +1,32 @@
+# Sources of the SAPI tests, shared by the Linux build (tests/sapi) and the
+# Windows cross build (tests/sapi/windows).
+set(KSR_SAPI_TEST_DIR ${CMAKE_CURRENT_LIST_DIR})
+
+set(KSR_SAPI_DOUBLES_SOURCES
+  ${KSR_SAPI_TEST_DIR}/doubles/fake_com.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/fake_recognizer.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/fake_context.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/fake_grammar.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/fake_result.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/fake_token.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/fake_class_factory.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/sapi_world.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/com_memory.cpp)
+
+# Test programs that run on both systems: name and sources.
+set(KSR_SAPI_TESTS test_sapi_support test_sapi_engine test_sapi_grammar test_sapi_manager)
+set(test_sapi_support_SOURCES
+  ${KSR_SAPI_TEST_DIR}/test_utf16.cpp
+  ${KSR_SAPI_TEST_DIR}/test_com_ptr.cpp
+  ${KSR_SAPI_TEST_DIR}/test_sapi_declarations.cpp
+  ${KSR_SAPI_TEST_DIR}/test_com_runtime.cpp)
+set(test_sapi_engine_SOURCES
+  ${KSR_SAPI_TEST_DIR}/test_engine_setup.cpp
+  ${KSR_SAPI_TEST_DIR}/test_engine_state.cpp
+  ${KSR_SAPI_TEST_DIR}/test_engine_events.cpp)
+set(test_sapi_grammar_SOURCES
+  ${KSR_SAPI_TEST_DIR}/test_grammar.cpp)
+set(test_sapi_manager_SOURCES
+  ${KSR_SAPI_TEST_DIR}/test_manager_setup.cpp
+  ${KSR_SAPI_TEST_DIR}/test_manager_registry.cpp
+  ${KSR_SAPI_TEST_DIR}/test_manager_routing.cpp)

@@ -1,0 +1,221 @@
+// KSR_Manager: what happens to the engine's results, hypotheses, failures
+// and state changes.
+
+#include "manager_test.h"
+#include "sr_data_compare.h"
+
+using SapiFakes::commandPhrase;
+using SapiFakes::PhraseSpec;
+
+namespace {
+
+class ManagerRouting : public ManagerTest {
+protected:
+    void SetUp() override { build(); }
+
+    // Grammar with one rule "Commands" holding `phrases`, switched on.
+    KSR::GrammarId commandGrammar(const std::string& key, const std::vector<std::string>& phrases,
+                                  KSR::RuleId* ruleOut = nullptr)
+    {
+        const KSR::GrammarId id = manager->addCommandGrammar(key);
+        const KSR::RuleId rule = manager->addRule(id, "Commands");
+        for (const auto& phrase : phrases)
+            manager->addCommand(rule, phrase);
+        manager->setActivated(id, true);
+        if (ruleOut)
+            *ruleOut = rule;
+        return id;
+    }
+    bool isOn(KSR::GrammarId id) { return world.grammar(id)->grammarState() == SPGS_ENABLED; }
+};
+
+}  // namespace
+
+TEST_F(ManagerRouting, RecognitionIsReportedWithItsIds)
+{
+    KSR::RuleId rule = 0;
+    const KSR::GrammarId id = commandGrammar("", {"open file", "close file"}, &rule);
+    log.clear();
+    pushRecognition(SPEI_RECOGNITION, commandPhrase(id, rule, 1, "close file"));
+    EXPECT_EQ(manager->recognitions, std::vector<KSR::SRData>{KSR::srData(id, rule, 1, "close file")});
+    EXPECT_EQ(log.logs(), std::vector<std::string>{"Recognized: close file gID:101 rID:11 cID:1"});
+}
+
+TEST_F(ManagerRouting, CommandIdMinusOneIsPrintedAsSixtyFourOnes)
+{
+    const KSR::GrammarId id = manager->addDictationGrammar("");
+    manager->setActivated(id, true);
+    log.clear();
+    PhraseSpec spec = commandPhrase(id, 0, 0, "hello world");
+    spec.properties.clear();
+    pushRecognition(SPEI_RECOGNITION, spec);
+    EXPECT_EQ(manager->recognitions, std::vector<KSR::SRData>{KSR::srData(id, 0, -1, "hello world")});
+    EXPECT_EQ(log.logs(), std::vector<std::string>{"Recognized: hello world gID:101 rID:0 cID:18446744073709551615"});
+}
+
+TEST_F(ManagerRouting, AllBitsRuleIdIsPrintedUnsigned)
+{
+    pushRecognition(SPEI_RECOGNITION, commandPhrase(777, 0xFFFFFFFFu, 2, "x"));
+    EXPECT_EQ(log.logs(), std::vector<std::string>{"Recognized: x gID:777 rID:4294967295 cID:2"});
+}
+
+TEST_F(ManagerRouting, HypothesisIsReportedAndLogged)
+{
+    KSR::RuleId rule = 0;
+    const KSR::GrammarId id = commandGrammar("", {"open file"}, &rule);
+    log.clear();
+    pushRecognition(SPEI_HYPOTHESIS, commandPhrase(id, rule, 0, "open"));
+    EXPECT_EQ(manager->hypotheses, std::vector<KSR::SRData>{KSR::srData(id, rule, 0, "open")});
+    EXPECT_EQ(log.logs(), std::vector<std::string>{"Hypothesis: open"});
+}
+
+TEST_F(ManagerRouting, DictationHypothesisPassesUnchanged)
+{
+    PhraseSpec spec = commandPhrase(555, 3, 0, "some words");
+    spec.properties.clear();
+    pushRecognition(SPEI_HYPOTHESIS, spec);
+    EXPECT_EQ(manager->hypotheses, std::vector<KSR::SRData>{KSR::srData(555, 3, -1, "some words")});
+}
+
+TEST_F(ManagerRouting, FalseRecognitionIsReportedAsFailure)
+{
+    ASSERT_TRUE(context().pushSimple(SPEI_FALSE_RECOGNITION));
+    pump();
+    EXPECT_EQ(manager->failures, 1);
+    EXPECT_EQ(log.logs(), std::vector<std::string>{"Recognition failed..."});
+    EXPECT_TRUE(manager->recognitions.empty());
+}
+
+TEST_F(ManagerRouting, ResultsForARemovedCommandAreDropped)
+{
+    KSR::RuleId rule = 0;
+    const KSR::GrammarId id = commandGrammar("", {"open file", "close file"}, &rule);
+    ASSERT_TRUE(manager->removeCommand(rule, 0));
+    log.clear();
+    pushRecognition(SPEI_HYPOTHESIS, commandPhrase(id, rule, 0, "open"));
+    pushRecognition(SPEI_RECOGNITION, commandPhrase(id, rule, 0, "open file"));
+    EXPECT_TRUE(manager->hypotheses.empty());
+    EXPECT_TRUE(manager->recognitions.empty());
+    EXPECT_EQ(log.quietCount(), 0u);
+    pushRecognition(SPEI_RECOGNITION, commandPhrase(id, rule, 1, "close file"));
+    EXPECT_EQ(manager->recognitions.size(), 1u);
+}
+
+TEST_F(ManagerRouting, ACommandRemovedAndAddedAgainIsReportedAgain)
+{
+    KSR::RuleId rule = 0;
+    const KSR::GrammarId id = commandGrammar("", {"open file"}, &rule);
+    ASSERT_TRUE(manager->removeCommand(rule, 0));
+    ASSERT_EQ(manager->addCommand(rule, "open file"), 0);
+    pushRecognition(SPEI_RECOGNITION, commandPhrase(id, rule, 0, "open file"));
+    EXPECT_EQ(manager->recognitions, std::vector<KSR::SRData>{KSR::srData(id, rule, 0, "open file")});
+}
+
+TEST_F(ManagerRouting, SayingAKeySwitchesItsGrammarOnAndTheOtherKeyedOnesOff)
+{
+    const KSR::GrammarId a = commandGrammar("north", {"open"});
+    const KSR::GrammarId b = commandGrammar("south", {"close"});
+    const KSR::GrammarId c = commandGrammar("", {"save"});
+    manager->setActivated(a, false);
+    manager->setActivated(c, false);
+    activations.clear();
+    log.clear();
+    pushRecognition(SPEI_RECOGNITION, commandPhrase(100, 10, 0, "north"));
+    EXPECT_TRUE(isOn(a));
+    EXPECT_FALSE(isOn(b));
+    EXPECT_FALSE(isOn(c));
+    EXPECT_EQ(activations, (std::vector<std::pair<KSR::GrammarId, bool>>{{a, true}, {b, false}}));
+    EXPECT_TRUE(manager->recognitions.empty());
+    for (const auto& line : log.logs())
+        EXPECT_NE(line.rfind("Recognized: ", 0), 0u) << line;
+
+    // C keeps whatever state it had.
+    manager->setActivated(c, true);
+    pushRecognition(SPEI_RECOGNITION, commandPhrase(100, 10, 1, "south"));
+    EXPECT_FALSE(isOn(a));
+    EXPECT_TRUE(isOn(b));
+    EXPECT_TRUE(isOn(c));
+}
+
+TEST_F(ManagerRouting, AKeyNoGrammarHasAnyMoreSwitchesEveryKeyedGrammarOff)
+{
+    const KSR::GrammarId a = commandGrammar("north", {"open"});
+    ASSERT_TRUE(manager->setActivationKey(a, "east"));
+    pushRecognition(SPEI_RECOGNITION, commandPhrase(100, 10, 0, "north"));
+    EXPECT_FALSE(isOn(a));
+}
+
+TEST_F(ManagerRouting, AKeyHypothesisIsOnlyAHypothesis)
+{
+    const KSR::GrammarId a = commandGrammar("north", {"open"});
+    manager->setActivated(a, false);
+    activations.clear();
+    log.clear();
+    pushRecognition(SPEI_HYPOTHESIS, commandPhrase(100, 10, 0, "north"));
+    EXPECT_FALSE(isOn(a));
+    EXPECT_TRUE(activations.empty());
+    EXPECT_EQ(log.logs(), std::vector<std::string>{"Hypothesis: north"});
+}
+
+TEST_F(ManagerRouting, ARemovedKeyIsNotHeard)
+{
+    const KSR::GrammarId a = commandGrammar("north", {"open"});
+    manager->setActivated(a, false);
+    ASSERT_TRUE(manager->removeActivationKey("north"));
+    pushRecognition(SPEI_RECOGNITION, commandPhrase(100, 10, 0, "north"));
+    EXPECT_FALSE(isOn(a));
+}
+
+TEST_F(ManagerRouting, RecognizerOffAndOnRestoresExactlyTheGrammarsThatWereOn)
+{
+    const KSR::GrammarId a = commandGrammar("", {"open"});
+    const KSR::GrammarId b = commandGrammar("", {"close"});
+    manager->setActivated(b, false);
+    activations.clear();
+    log.clear();
+
+    ASSERT_TRUE(manager->engine()->setEngineActivated(false));
+    pump();
+    EXPECT_FALSE(isOn(a));
+    EXPECT_FALSE(isOn(100));
+    EXPECT_EQ(log.logs(), std::vector<std::string>{"engineStateChanged DE-ACTIVATED"});
+
+    ASSERT_TRUE(manager->engine()->setEngineActivated(true));
+    pump();
+    EXPECT_TRUE(isOn(a));
+    EXPECT_TRUE(isOn(100));
+    EXPECT_FALSE(isOn(b));
+    EXPECT_EQ(log.logs(),
+              (std::vector<std::string>{"engineStateChanged DE-ACTIVATED", "engineStateChanged ACTIVATED"}));
+    EXPECT_EQ(activations, (std::vector<std::pair<KSR::GrammarId, bool>>{
+                               {100, false}, {a, false}, {100, true}, {a, true}}));
+}
+
+TEST_F(ManagerRouting, GrammarSwitchedOnWhileTheRecognizerIsOffIsSwitchedOffWithTheNextChange)
+{
+    const KSR::GrammarId a = commandGrammar("", {"open"});
+    const KSR::GrammarId b = commandGrammar("", {"close"});
+    manager->setActivated(b, false);
+    manager->engineStateChanged(false);
+    manager->setActivated(b, true);
+    manager->engineStateChanged(true);
+    // Both are on: a restored, b never switched off.
+    EXPECT_TRUE(isOn(a));
+    EXPECT_TRUE(isOn(b));
+    manager->engineStateChanged(false);
+    EXPECT_FALSE(isOn(a));
+    EXPECT_FALSE(isOn(b));
+    manager->engineStateChanged(true);
+    EXPECT_TRUE(isOn(a));
+    EXPECT_TRUE(isOn(b));
+}
+
+TEST_F(ManagerRouting, ActivatingBeforeTheFirstStateChangeRestoresNothing)
+{
+    const KSR::GrammarId a = commandGrammar("", {"open"});
+    manager->setActivated(a, false);
+    log.clear();
+    manager->engineStateChanged(true);
+    EXPECT_FALSE(isOn(a));
+    EXPECT_EQ(log.logs(), std::vector<std::string>{"engineStateChanged ACTIVATED"});
+}
