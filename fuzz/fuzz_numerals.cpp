@@ -1,6 +1,7 @@
 // libFuzzer target for the spoken-number converter: any text converts
-// without crashing or hanging, the output never holds an empty token, and
-// every ordinary word of the input comes out unchanged and in order.
+// without crashing or hanging, the output never holds an empty token, every
+// ordinary word of the input comes out unchanged and in order, and the result
+// is the one the word-for-word version of the rules gives.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "ksr_types.h"
+#include "numeral_reference.h"
 #include "vosk_manager/ksr_numeral_converter.h"
 
 namespace {
@@ -78,6 +80,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             kept.push_back(token);
     }
     if (kept != ordinaryWords(in))
+        std::abort();
+    static const NumeralReference reference(converter());
+    if (out != reference.convertText(text))
         std::abort();
     return 0;
 }

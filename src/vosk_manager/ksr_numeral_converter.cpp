@@ -1,6 +1,8 @@
 #include "vosk_manager/ksr_numeral_converter.h"
 
 #include <algorithm>
+#include <charconv>
+#include <iterator>
 
 #include "ksr_types.h"
 
@@ -30,9 +32,17 @@ void appendWithBlank(std::string& text, const std::string& word)
     text += word;
 }
 
-// Removes the last `count` characters when the right-hand part of a scale
-// word is shorter than the scale itself, so "one hundred five" overlays 5 on
-// the last zero of 100.
+// Decimal form without separators or leading zeros (0 gives "0").
+void appendDecimal(std::string& text, int value)
+{
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    text.append(digits, end);
+}
+
+// Removes the last characters when the right-hand part of a scale word is
+// shorter than the scale itself, so "one hundred five" overlays 5 on the
+// last zero of 100, then appends the part.
 void overlay(std::string& result, const std::string& right, int digits)
 {
     const std::size_t n = right.size();
@@ -51,7 +61,6 @@ KSR_NumeralConverter::KSR_NumeralConverter()
         addNumberWord(row.word, row.value);
         for (int unit = 1; unit <= 9; ++unit)
             addNumberWord(std::string(row.word) + " " + kUnits[unit - 1], row.value + unit);
-        m_tensWords.insert(row.word);
     }
     addNumberWord("hundred", 100);
     addNumberWord("thousand", 1000);
@@ -86,12 +95,28 @@ KSR_NumeralConverter::KSR_NumeralConverter()
     addOperator("equals", "=");
     addOperator("equals to", "=");
 
-    for (const auto& entry : m_numberWords)
-        if (entry.first.find(' ') == std::string::npos)
-            m_tokenClasses[entry.first] |= GroupWord;
-    for (const auto& filler : m_fillerWords)
-        m_tokenClasses[filler] |= GroupWord;
-    m_tokenClasses[m_decimalWord] |= GroupWord;
+    // What the tables say about each single word, for one lookup per token.
+    for (const auto& entry : m_numberWords) {
+        const std::size_t blank = entry.first.find(' ');
+        if (blank == std::string::npos) {
+            WordInfo& info = m_wordInfos[entry.first];
+            info.groupWord = info.number = true;
+            info.value = entry.second;
+        } else {
+            // Every two-word key is a tens word and a unit word.
+            m_wordInfos[entry.first.substr(0, blank)].tens = true;
+            m_wordInfos[entry.first.substr(blank + 1)].unit = true;
+        }
+    }
+    for (std::size_t level = 0; level < m_scaleLevels.size(); ++level)
+        if (m_scaleLevels[level].next != -1)
+            m_wordInfos[m_scaleLevels[level].word].scale = static_cast<int>(level);
+    for (const auto& filler : m_fillerWords) {
+        WordInfo& info = m_wordInfos[filler];
+        info.groupWord = info.filler = true;
+    }
+    WordInfo& decimal = m_wordInfos[m_decimalWord];
+    decimal.groupWord = decimal.decimal = true;
 }
 
 void KSR_NumeralConverter::addNumberWord(const std::string& word, int value)
@@ -103,16 +128,30 @@ void KSR_NumeralConverter::addOperator(const std::string& key, const std::string
 {
     m_operators.emplace(key, symbol);
     const std::size_t blank = key.find(' ');
-    if (blank == std::string::npos)
-        m_tokenClasses[key] |= Operator;
-    else
-        m_tokenClasses[key.substr(0, blank)] |= OperatorFirstWord;
+    if (blank == std::string::npos) {
+        WordInfo& info = m_wordInfos[key];
+        info.isOperator = true;
+        info.symbol = symbol;
+    } else {
+        m_wordInfos[key.substr(0, blank)].operatorFirstWord = true;
+    }
 }
 
-unsigned char KSR_NumeralConverter::classOf(const std::string& token) const
+const KSR_NumeralConverter::WordInfo* KSR_NumeralConverter::infoOf(const std::string& word) const
 {
-    const auto it = m_tokenClasses.find(token);
-    return it == m_tokenClasses.end() ? 0 : it->second;
+    static const WordInfo unknown;
+    const auto it = m_wordInfos.find(word);
+    return it == m_wordInfos.end() ? &unknown : &it->second;
+}
+
+std::vector<const KSR_NumeralConverter::WordInfo*> KSR_NumeralConverter::infosOf(
+    const std::vector<std::string>& words) const
+{
+    std::vector<const WordInfo*> infos;
+    infos.reserve(words.size());
+    for (const std::string& word : words)
+        infos.push_back(infoOf(word));
+    return infos;
 }
 
 bool KSR_NumeralConverter::isNumberWord(const std::string& word) const
@@ -146,24 +185,27 @@ std::string KSR_NumeralConverter::convertText(const std::string& text) const
     KSR::splitString(text, ' ', false, tokens);
 
     std::string output;
-    std::vector<std::string> group;
-    bool inGroup = false;
+    output.reserve(text.size());
+    // The current group is the run of tokens from groupStart; its word
+    // records are collected alongside.
+    std::vector<const WordInfo*> group;
+    std::size_t groupStart = 0;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         const std::string& token = tokens[i];
-        const unsigned char tokenClass = classOf(token);
-        if (tokenClass & GroupWord) {
-            group.push_back(token);
-            inGroup = true;
+        const WordInfo* info = infoOf(token);
+        if (info->groupWord) {
+            if (group.empty())
+                groupStart = i;
+            group.push_back(info);
             continue;
         }
-        if (inGroup) {
-            appendWithBlank(output, convertGroup(group));
+        if (!group.empty()) {
+            appendWithBlank(output, convertRun(group.data(), &tokens[groupStart], group.size()));
             group.clear();
-            inGroup = false;
         }
-        // Only tokens that start a two-word key can form one; skipping the
-        // lookup for the others gives the same result without building a key.
-        if ((tokenClass & OperatorFirstWord) && i + 1 < tokens.size()) {
+        // Only a token that starts a two-word key can form one; the second
+        // word is consumed with it.
+        if (info->operatorFirstWord && i + 1 < tokens.size()) {
             const auto pair = m_operators.find(token + " " + tokens[i + 1]);
             if (pair != m_operators.end()) {
                 appendWithBlank(output, pair->second);
@@ -171,105 +213,120 @@ std::string KSR_NumeralConverter::convertText(const std::string& text) const
                 continue;
             }
         }
-        if (tokenClass & Operator)
-            appendWithBlank(output, m_operators.find(token)->second);
-        else
-            appendWithBlank(output, token);
+        appendWithBlank(output, info->isOperator ? info->symbol : token);
     }
-    if (inGroup)
-        appendWithBlank(output, convertGroup(group));
+    if (!group.empty())
+        appendWithBlank(output, convertRun(group.data(), &tokens[groupStart], group.size()));
     return output;
 }
 
 std::string KSR_NumeralConverter::convertGroup(const std::vector<std::string>& words) const
 {
-    if (words.empty())
+    const std::vector<const WordInfo*> infos = infosOf(words);
+    return convertRun(infos.data(), words.data(), words.size());
+}
+
+std::string KSR_NumeralConverter::convertRun(Words words, const std::string* texts, std::size_t count) const
+{
+    if (count == 0)
         return std::string();
     // A run of fillers and "point" alone ("a", "and", "the point") goes back
     // into the text exactly as spoken.
-    std::string spoken = joinIfNoNumberWord(words);
-    if (!spoken.empty())
+    if (std::none_of(words, words + count, [](const WordInfo* w) { return w->number; })) {
+        std::string spoken;
+        for (std::size_t i = 0; i < count; ++i) {
+            if (i > 0)
+                spoken += ' ';
+            spoken += texts[i];
+        }
         return spoken;
-
+    }
     std::string result;
-    std::vector<std::string> part;
-    for (const std::string& word : words) {
-        if (word == m_decimalWord) {
-            result += convertInteger(part, 0);
+    std::size_t partStart = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (words[i]->decimal) {
+            result += convertInteger(words + partStart, i - partStart, 0);
             result += '.';
-            part.clear();
-        } else {
-            part.push_back(word);
+            partStart = i + 1;
         }
     }
-    result += convertInteger(part, 0);
+    result += convertInteger(words + partStart, count - partStart, 0);
     return result;
 }
 
 std::string KSR_NumeralConverter::convertInteger(const std::vector<std::string>& words, int level) const
 {
-    if (words.empty())
+    const std::vector<const WordInfo*> infos = infosOf(words);
+    return convertInteger(infos.data(), infos.size(), level);
+}
+
+std::string KSR_NumeralConverter::convertInteger(Words words, std::size_t count, int level) const
+{
+    if (count == 0)
         return std::string();
     if (level < 0 || level >= static_cast<int>(m_scaleLevels.size()) || m_scaleLevels[level].next == -1)
-        return convertTerminal(words);
+        return convertTerminal(words, count);
+    // Scale levels drop the fillers before anything is handed down, so that
+    // "seventy and five" meets the last level as "seventy five". Runs handed
+    // down are then filler-free and need no copy.
+    const auto isFiller = [](const WordInfo* w) { return w->filler; };
+    if (std::any_of(words, words + count, isFiller)) {
+        std::vector<const WordInfo*> kept;
+        kept.reserve(count);
+        std::remove_copy_if(words, words + count, std::back_inserter(kept), isFiller);
+        return convertInteger(kept.data(), kept.size(), level);
+    }
 
     const ScaleLevel& scale = m_scaleLevels[level];
-    std::string result;
-    std::vector<std::string> left;
-    std::vector<std::string> right;
-    bool seen = false;
-    for (const std::string& word : words) {
-        if (isFillerWord(word))
+    const auto isScaleWord = [level](const WordInfo* w) { return w->scale == level; };
+    const Words first = std::find_if(words, words + count, isScaleWord);
+    if (first == words + count)
+        return convertInteger(words, count, scale.next);
+
+    // Left of the first scale word: its multiplier, if any.
+    std::string result = convertInteger(words, static_cast<std::size_t>(first - words), scale.next);
+    if (result.empty())
+        appendDecimal(result, scale.value);  // "hundred", "a hundred"
+    else
+        result += scale.zeros;
+
+    Words rightStart = first + 1;
+    const Words end = words + count;
+    for (Words at = rightStart; at != end; ++at) {
+        if (!isScaleWord(*at))
             continue;
-        if (word == scale.word && !seen) {
-            const std::string multiplier = convertInteger(left, scale.next);
-            result = multiplier.empty() ? std::to_string(scale.value) : multiplier + scale.zeros;
-            seen = true;
-        } else if (word == scale.word) {
-            // A repeated scale word in one run is written out at its full
-            // value: "one thousand two thousand" gives 1002 then 1000.
-            overlay(result, convertInteger(right, scale.next), scale.digits);
-            right.clear();
-            result += std::to_string(scale.value);
-        } else {
-            (seen ? right : left).push_back(word);
-        }
+        // A repeated scale word in one run is written out at its full value:
+        // "one thousand two thousand" gives 1002 then 1000.
+        overlay(result, convertInteger(rightStart, static_cast<std::size_t>(at - rightStart), scale.next),
+                scale.digits);
+        appendDecimal(result, scale.value);
+        rightStart = at + 1;
     }
-    if (!seen)
-        return convertInteger(left, scale.next);
-    if (!right.empty())
-        overlay(result, convertInteger(right, scale.next), scale.digits);
+    overlay(result, convertInteger(rightStart, static_cast<std::size_t>(end - rightStart), scale.next),
+            scale.digits);
     return result;
 }
 
-std::string KSR_NumeralConverter::convertTerminal(const std::vector<std::string>& words) const
+// Values are concatenated as they come: "nineteen eighty four" is 19 then 84,
+// "one two three" is 123. A word outside the table counts as 0.
+std::string KSR_NumeralConverter::convertTerminal(Words words, std::size_t count) const
 {
-    // Values are concatenated as they come: "nineteen eighty four" is 19 then
-    // 84, "one two three" is 123.
     std::string result;
     std::size_t i = 0;
-    while (i < words.size()) {
-        const std::string& word = words[i];
-        if (isFillerWord(word)) {
+    while (i < count) {
+        const WordInfo* word = words[i];
+        if (word->filler) {
             ++i;
             continue;
         }
-        if (i + 1 < words.size() && m_tensWords.count(word) != 0) {
-            const auto pair = m_numberWords.find(word + " " + words[i + 1]);
-            if (pair != m_numberWords.end()) {
-                result += std::to_string(pair->second);
-                i += 2;
-                continue;
-            }
+        // The two-word keys are exactly a tens word followed by a unit word.
+        if (word->tens && i + 1 < count && words[i + 1]->unit) {
+            appendDecimal(result, word->value + words[i + 1]->value);
+            i += 2;
+            continue;
         }
-        result += std::to_string(numberValue(word));
+        appendDecimal(result, word->value);
         ++i;
     }
     return result;
-}
-
-int KSR_NumeralConverter::numberValue(const std::string& word) const
-{
-    const auto it = m_numberWords.find(word);
-    return it == m_numberWords.end() ? 0 : it->second;
 }

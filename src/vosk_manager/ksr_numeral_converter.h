@@ -50,19 +50,32 @@ public:
     const std::unordered_map<std::string, std::string>& operators() const { return m_operators; }
 
 private:
-    // What one blank-separated token is, found with a single lookup on the
-    // hot path of convertText.
-    enum TokenClass : unsigned char {
-        GroupWord = 1,          // number word, filler or the decimal word
-        Operator = 2,           // a one-word operator key
-        OperatorFirstWord = 4,  // first word of a two-word operator key
+    // Everything conversion needs to know about one blank-free word, found
+    // with a single lookup per token; derived from the tables by the
+    // constructor.
+    struct WordInfo {
+        bool groupWord = false;           // number word, filler or the decimal word
+        bool number = false;              // a one-word key of the number table
+        bool filler = false;
+        bool decimal = false;             // the decimal word
+        bool tens = false;                // starts a two-word number key ("twenty")
+        bool unit = false;                // ends one ("one" ... "nine")
+        int scale = -1;                   // the scale level whose word it is, or -1
+        int value = 0;                    // its number-table value (0 for others)
+        bool isOperator = false;          // a one-word operator key
+        bool operatorFirstWord = false;   // starts a two-word operator key
+        std::string symbol;               // the one-word operator's symbol
     };
+    using Words = const WordInfo* const*;
 
     void addNumberWord(const std::string& word, int value);
     void addOperator(const std::string& key, const std::string& symbol);
-    unsigned char classOf(const std::string& token) const;
-    std::string convertTerminal(const std::vector<std::string>& words) const;
-    int numberValue(const std::string& word) const;
+    const WordInfo* infoOf(const std::string& word) const;
+    std::vector<const WordInfo*> infosOf(const std::vector<std::string>& words) const;
+    // The conversions on runs of words; a run is a pointer and a count.
+    std::string convertRun(Words words, const std::string* texts, std::size_t count) const;
+    std::string convertInteger(Words words, std::size_t count, int level) const;
+    std::string convertTerminal(Words words, std::size_t count) const;
 
     std::unordered_map<std::string, int> m_numberWords;
     std::vector<ScaleLevel> m_scaleLevels;
@@ -70,9 +83,7 @@ private:
     std::string m_decimalWord;
     std::unordered_map<std::string, std::string> m_operators;
 
-    // Derived from the tables above by the constructor.
-    std::unordered_map<std::string, unsigned char> m_tokenClasses;
-    std::unordered_set<std::string> m_tensWords;  // words that start a two-word number key
+    std::unordered_map<std::string, WordInfo> m_wordInfos;
 };
 
 #endif

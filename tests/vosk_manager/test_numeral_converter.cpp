@@ -50,6 +50,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"a point", "a point"}, Case{"and a point and", "and a point and"},
         // Fillers inside a run that holds a number are dropped.
         Case{"one and two", "12"}, Case{"one and a cat", "1 cat"},
+        // Scale levels drop fillers before the last level pairs tens and units.
+        Case{"seventy and five", "75"}, Case{"twenty a one", "21"},
         // Scales and the overlay rule.
         Case{"one hundred and twenty", "120"}, Case{"twenty three hundred", "2300"},
         Case{"one hundred twenty three thousand four hundred fifty six", "123456"},

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ksr_types.h"
+#include "numeral_reference.h"
 #include "vosk_manager/ksr_numeral_converter.h"
 
 namespace {
@@ -156,6 +157,30 @@ TEST(NumeralConverterProperties, RunsOfNumberWordsGiveOnlyDigits)
         const std::string out = converter.convertText(text);
         ASSERT_FALSE(out.empty()) << text;
         ASSERT_EQ(out.find_first_not_of("0123456789"), std::string::npos) << text << " -> " << out;
+    }
+}
+
+TEST(NumeralConverterProperties, AgreesWithTheWordForWordRules)
+{
+    KSR_NumeralConverter converter;
+    const NumeralReference reference(converter);
+    std::mt19937 random(555);
+    for (int n = 0; n < kSentences; ++n) {
+        const std::vector<std::string> words = generateWords(random);
+        const std::string text = joinWithRandomBlanks(random, words);
+        ASSERT_EQ(converter.convertText(text), reference.convertText(text)) << text;
+        std::vector<std::string> run;
+        for (const auto& word : words)
+            if (converter.isNumberWord(word) || converter.isFillerWord(word) || word == "point")
+                run.push_back(word);
+        ASSERT_EQ(converter.convertGroup(run), reference.convertGroup(run)) << text;
+        for (int level = 0; level < 5; ++level) {
+            std::vector<std::string> integer;
+            for (const auto& word : run)
+                if (word != "point")
+                    integer.push_back(word);
+            ASSERT_EQ(converter.convertInteger(integer, level), reference.convertInteger(integer, level)) << text;
+        }
     }
 }
 
