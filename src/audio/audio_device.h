@@ -1,0 +1,106 @@
+#ifndef KSR_AUDIO_DEVICE_H
+#define KSR_AUDIO_DEVICE_H
+
+#include <AL/alc.h>
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <string>
+
+class AudioResampler;
+
+// Everything the module does with OpenAL: at construction it opens the
+// default output device and a context and sets the listener up; it lists the
+// capture devices, opens and starts one by name, format and rate, drains what
+// the device gathered and, with resampling on, converts it to the rate the
+// recognizer needs (AudioResampler).
+//
+// Rates are stored as rate indices (audio_formats.h): only 16000, 44100 and
+// 48000 Hz exist here, and any other rate given is kept as 44100 Hz.
+// Formats are OpenAL format codes; both default to AL_FORMAT_MONO16.
+//
+// Failures never throw: each writes one line through audioLog (standard
+// error) and returns false, null or an empty list. A construction that found
+// no output device leaves a usable object whose capture simply fails later.
+//
+// Threads: capture (start, read, stop) runs on one thread at a time; names
+// and rates are changed only while capture is stopped. The module-wide map
+// from OpenAL contexts to devices is the one shared state, under the
+// module's mutex.
+//
+// Playback sources are not kept: nothing in the module plays sound, so the
+// device owns no sources and its teardown has none to release.
+//
+// Non-copyable: it owns OpenAL handles and its buffers.
+class AudioDevice {
+public:
+    AudioDevice();
+    ~AudioDevice();
+    AudioDevice(const AudioDevice&) = delete;
+    AudioDevice& operator=(const AudioDevice&) = delete;
+
+    // Names of the capture devices, in the order OpenAL gives them.
+    std::list<std::string> availableCaptureDevices() const;
+    // The system's default capture device ("" when there is none).
+    std::string defaultCaptureDeviceName() const;
+    std::string captureDeviceName() const;
+    // The same name returns true at once (a running capture goes on);
+    // otherwise an open capture device is stopped and closed first (false,
+    // name unchanged, if that fails). An empty name means the system default.
+    bool setCaptureDeviceName(const std::string& name);
+
+    // Hertz of the output rate (after resampling) or of the capture rate.
+    int frequency(bool output) const;
+    void setFrequency(bool output, int hertz);
+    // stereo 0 stores AL_FORMAT_MONO16, 1 AL_FORMAT_STEREO16; other values
+    // return false.
+    bool setChannels(bool output, int stereo);
+    void setResampling(bool resampling);
+
+    bool isCapturing() const;
+    bool startCapture();
+    bool stopCapture();
+    // Drains every waiting sample frame and returns the buffer that holds
+    // them (resampled when resampling is on), valid until the next read or
+    // stop. Null when nothing was waiting; readBytes() then still reports
+    // the previous read.
+    const char* readSamples();
+    // Bytes returned by the last successful read (frames × output frame width).
+    std::uint32_t readBytes() const;
+
+    // Makes device's context the current one (false if it already was);
+    // null unsets the current context.
+    bool makeCurrent(AudioDevice* device);
+    // The device whose context is current, or null.
+    AudioDevice* currentDevice() const;
+
+private:
+    void openOutput();
+    void setUpListener();
+    void keepListenerContextCurrent();
+    bool setUpResampler();
+    bool resample(int frames);
+    std::list<std::string> deviceList(ALCenum which) const;
+
+    AudioDevice* m_listenerOwner;
+    ALCdevice* mp_device;
+    ALCcontext* mp_context;
+    ALCdevice* mp_captureDevice;
+    int m_captureCapacity;
+    std::unique_ptr<char[]> mp_captureBuffer;
+    std::unique_ptr<char[]> mp_resampledBuffer;
+    int m_sampleCount;
+    int m_resampledBufferSize;
+    int m_captureFormat;
+    int m_outputFormat;
+    int m_captureRate;
+    int m_outputRate;
+    int m_playbackFormat;
+    int m_playbackRate;
+    std::string m_captureDeviceName;
+    std::unique_ptr<AudioResampler> mp_resampler;
+    bool m_resampling;
+};
+
+#endif

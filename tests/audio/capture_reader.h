@@ -1,0 +1,44 @@
+#ifndef KSR_TESTS_AUDIO_CAPTURE_READER_H
+#define KSR_TESTS_AUDIO_CAPTURE_READER_H
+
+// Polls an AudioDevice the way the recognition loop does and keeps every
+// 16-bit sample it hands out.
+
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "audio/audio_device.h"
+
+struct CaptureReader {
+    std::vector<std::int16_t> samples;
+    int reads = 0;  // reads that returned data
+
+    // One read; false when nothing was waiting.
+    bool readOnce(AudioDevice& device)
+    {
+        const char* data = device.readSamples();
+        if (!data)
+            return false;
+        const std::size_t count = device.readBytes() / sizeof(std::int16_t);
+        const std::size_t old = samples.size();
+        samples.resize(old + count);
+        std::memcpy(samples.data() + old, data, count * sizeof(std::int16_t));
+        ++reads;
+        return true;
+    }
+
+    // Reads every 5 ms for the given time.
+    void readFor(AudioDevice& device, std::chrono::milliseconds duration)
+    {
+        const auto end = std::chrono::steady_clock::now() + duration;
+        while (std::chrono::steady_clock::now() < end) {
+            readOnce(device);
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+};
+
+#endif
