@@ -95,9 +95,11 @@ public:
     // Keyed by phrase; when two active rules hold one phrase the rule with
     // the higher id wins.
     CommandMap getAvailableCommands() const;
-    // getAvailableCommands and getAvailableCommandNames taken in one step, so
-    // that the two agree while another thread changes the grammar.
-    void getAvailableCommands(CommandMap& commands, std::vector<std::string>& names) const;
+    // Appends the records of the available commands of the active rules,
+    // rules in ascending id, commands in phrase order: getAvailableCommands
+    // and getAvailableCommandNames in one step, so that the two agree while
+    // another thread changes the grammar.
+    void collectAvailableCommands(std::vector<std::shared_ptr<CommandInfo>>& commands) const;
 
 private:
     using RuleMap = std::map<KSR::RuleId, std::shared_ptr<RuleInfo>>;

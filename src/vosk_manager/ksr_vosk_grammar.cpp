@@ -304,31 +304,34 @@ std::vector<int> KSR_VoskGrammar::getAvailableCommandIds() const
 
 std::vector<std::string> KSR_VoskGrammar::getAvailableCommandNames() const
 {
-    CommandMap commands;
+    std::vector<std::shared_ptr<CommandInfo>> commands;
+    collectAvailableCommands(commands);
     std::vector<std::string> names;
-    getAvailableCommands(commands, names);
+    names.reserve(commands.size());
+    for (const auto& command : commands)
+        names.push_back(command->phrase);
     return names;
 }
 
 KSR_VoskGrammar::CommandMap KSR_VoskGrammar::getAvailableCommands() const
 {
-    CommandMap commands;
-    std::vector<std::string> names;
-    getAvailableCommands(commands, names);
-    return commands;
+    std::vector<std::shared_ptr<CommandInfo>> commands;
+    collectAvailableCommands(commands);
+    CommandMap map;
+    // Assigned in ascending rule order: the higher rule id wins a phrase.
+    for (const auto& command : commands)
+        map[command->phrase] = command;
+    return map;
 }
 
-void KSR_VoskGrammar::getAvailableCommands(CommandMap& commands, std::vector<std::string>& names) const
+void KSR_VoskGrammar::collectAvailableCommands(std::vector<std::shared_ptr<CommandInfo>>& commands) const
 {
     std::lock_guard<std::mutex> lock(*m_mutex);
     for (const auto& rule : m_rules) {
         if (!rule.second->active)
             continue;
-        for (const auto& command : rule.second->commands) {
-            if (!command.second->available)
-                continue;
-            commands[command.first] = command.second;
-            names.push_back(command.first);
-        }
+        for (const auto& command : rule.second->commands)
+            if (command.second->available)
+                commands.push_back(command.second);
     }
 }

@@ -94,13 +94,19 @@ void KSR_VoskManager::startRecognizing()
     if (m_activationKeysGrammar)
         m_activationKeysGrammar->setActivated(true);
 
+    std::vector<std::shared_ptr<KSR_VoskGrammar::CommandInfo>> commands;
     std::vector<std::string> phrases;
     for (const auto& entry : m_grammars) {
-        KSR_VoskGrammar::CommandMap commands;
-        entry.second->getAvailableCommands(commands, phrases);
-        // A phrase already present keeps the record of the lower grammar id.
-        m_phraseMap.insert(commands.begin(), commands.end());
+        const std::size_t first = commands.size();
+        entry.second->collectAvailableCommands(commands);
+        // A phrase already present keeps the record of the lower grammar id;
+        // within one grammar the higher rule id wins, hence the reverse walk.
+        for (std::size_t i = commands.size(); i > first; --i)
+            m_phraseMap.emplace(commands[i - 1]->phrase, commands[i - 1]);
     }
+    phrases.reserve(commands.size());
+    for (const auto& command : commands)
+        phrases.push_back(command->phrase);
     if (mp_engine) {
         mp_engine->setCommandsList(phrases);
         mp_engine->setActivated(true);
