@@ -274,3 +274,28 @@ TEST_F(Routing, AddCommaIsReportedAsItsCharacterWithTheDictationIds)
     say(Json::sure("add comma"));
     EXPECT_EQ(manager->recognitions(), (std::vector<KSR::SRData>{{dictation, 11, comma, ","}}));
 }
+
+TEST_F(Routing, APhraseInTwoGrammarsGoesToTheLowerGrammarAndInOneGrammarToTheHigherRule)
+{
+    initialize();
+    manager->addDictationGrammar("");
+    const KSR::GrammarId first = manager->addCommandGrammar("");
+    const KSR::GrammarId second = manager->addCommandGrammar("");
+    const KSR::RuleId firstLow = manager->addRule(first, "low");
+    const KSR::RuleId firstHigh = manager->addRule(first, "high");
+    const KSR::RuleId secondRule = manager->addRule(second, "other");
+    manager->addCommand(secondRule, "undo");
+    manager->addCommand(firstLow, "go back");
+    manager->addCommand(firstHigh, "go back");
+    manager->addCommand(secondRule, "go back");
+    manager->addCommand(firstHigh, "zoom in");
+    manager->setActivated(first, true);
+    manager->setActivated(second, true);
+    manager->startRecognizing();
+    manager->commandRecognized("go back", KSR::Recognized);
+    manager->commandRecognized("undo", KSR::Recognized);
+    manager->commandRecognized("zoom in", KSR::Recognized);
+    EXPECT_EQ(manager->recognitions(), (std::vector<KSR::SRData>{{first, firstHigh, 0, "go back"},
+                                                                 {second, secondRule, 0, "undo"},
+                                                                 {first, firstHigh, 1, "zoom in"}}));
+}
