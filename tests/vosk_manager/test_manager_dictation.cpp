@@ -330,6 +330,9 @@ struct FormattingCase {
     bool separator;       // and with a blank
 };
 
+// Names the test case after its phrase.
+std::ostream& operator<<(std::ostream& out, const FormattingCase& c) { return out << c.phrase; }
+
 class FormattingPhrases : public Dictation, public testing::WithParamInterface<FormattingCase> {};
 
 TEST_P(FormattingPhrases, ProduceTheirCharacterAndEffect)
