@@ -11,7 +11,7 @@
 // The vocabulary shared by every back end, manager and host interface.
 namespace KSR {
 
-using GrammarId = std::uint64_t;  // process-wide counter from 100
+using GrammarId = unsigned long long;  // 64-bit on every platform; counter from 100
 using RuleId = std::uint32_t;     // process-wide counter from 10, shared by all grammars
 using CommandId = std::int32_t;   // per rule, from 0
 
