@@ -60,6 +60,12 @@ signals:
 
 protected:
     void stopThread();
+    // For a subclass's loop, in place of `active = true`: sets `active`
+    // unless stop() was called since the last start(), and says whether the
+    // loop may run. A stop() that comes while the worker thread is still
+    // starting would otherwise be overwritten by the loop setting `active`,
+    // and the loop would only end by termination.
+    bool beginLoop();
 
     QPointer<QThread> thread;
     // Written by the host thread, read by the worker loop at each pass.
@@ -67,6 +73,7 @@ protected:
 
 private:
     bool m_ownsThread;
+    std::atomic<bool> m_stopRequested;
 };
 
 #endif

@@ -21,6 +21,7 @@ K_SRInterface::K_SRInterface(QWidget* parent)
     , thread(new QThread(parent))
     , active(false)
     , m_ownsThread(parent == nullptr)
+    , m_stopRequested(false)
 {
     moveToThread(thread);
     connect(thread, &QThread::started, thread, &TerminationSwitch::enable, Qt::DirectConnection);
@@ -39,12 +40,14 @@ bool K_SRInterface::isActive() const { return active; }
 
 void K_SRInterface::start()
 {
+    m_stopRequested = false;
     if (thread)
         thread->start(QThread::InheritPriority);
 }
 
 void K_SRInterface::stop()
 {
+    m_stopRequested = true;
     active = false;
     if (!thread)
         return;
@@ -59,6 +62,19 @@ void K_SRInterface::stopThread()
 {
     if (thread && thread->isRunning())
         K_SRInterface::stop();
+}
+
+// Both flags are sequentially consistent: either the loop sees the stop
+// request and stays out, or its `active = true` comes before stop()'s
+// `active = false` and the loop sees that at its next pass.
+bool K_SRInterface::beginLoop()
+{
+    active = true;
+    if (m_stopRequested) {
+        active = false;
+        return false;
+    }
+    return true;
 }
 
 bool K_SRInterface::openMicrophoneSetup() { return false; }

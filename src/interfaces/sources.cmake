@@ -1,3 +1,19 @@
 target_sources(ksr_qt_obj PRIVATE
   ${PROJECT_SOURCE_DIR}/include/k_sr_interface.h
   ${CMAKE_CURRENT_LIST_DIR}/k_sr_interface.cpp)
+# The Vosk interface needs the microphone layer.
+if(TARGET ksr_audio_obj)
+  target_sources(ksr_qt_obj PRIVATE
+    ${PROJECT_SOURCE_DIR}/include/k_vosk_interface.h
+    ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_loop.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_microphone.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_model.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_resources.cpp)
+endif()
+# The static layer for tests brings the layers it builds on (libvosk, real
+# or the test double, is still the test's choice).
+target_link_libraries(ksr_qt PUBLIC ksr_core)
+if(TARGET ksr_audio)
+  target_link_libraries(ksr_qt PUBLIC ksr_audio)
+endif()

@@ -1,0 +1,131 @@
+#ifndef K_VOSK_INTERFACE_H
+#define K_VOSK_INTERFACE_H
+
+#include <QList>
+#include <QString>
+
+#include <atomic>
+#include <functional>
+#include <list>
+#include <memory>
+#include <string>
+
+#include "k_sr_interface.h"
+#include "ksr_export.h"
+#include "ksr_vosk_manager.h"
+
+class AudioDevice;
+class QWidget;
+
+namespace KSR {
+
+// The host's resource directory (UTF-8). The acoustic model is looked for
+// in <resource dir>/../../kalo_external_libs/acoustic_model/<first folder>
+// when KALO_ACOUSTIC_MODEL_PATH is not set. A host installs its own function
+// before it creates a K_VoskInterface; an empty function restores the
+// default, the directory of the application's executable
+// (QCoreApplication::applicationDirPath(), empty without an application
+// object). Thread-safe.
+using ResourceDirFunction = std::function<std::string()>;
+KSR_EXPORT void setResourceDirFunction(const ResourceDirFunction& function);
+KSR_EXPORT std::string resourceDir();
+
+}  // namespace KSR
+
+// What a host creates to recognize with Vosk: a K_SRInterface (worker thread,
+// signals) and a KSR_VoskManager (grammars, rules, commands, modes) at once.
+//
+// Construction finds the acoustic model (KALO_ACOUSTIC_MODEL_PATH, else
+// beside the resource directory, see KSR::resourceDir), reads its sample
+// rate from "mfcc.conf", initialises the manager and, only when that
+// succeeded, binds the manager's grammar and mode callbacks to the signals.
+// A failed initialisation leaves a usable object that recognizes nothing
+// (isInitialized() is false).
+//
+// start() runs the capture loop in the worker thread: the microphone is read
+// and resampled to mono 16-bit at the model's rate and every chunk goes to
+// the Vosk engine. The loop polls the capture device without sleeping, so
+// the worker thread keeps one processor busy while listening. stop() ends it.
+//
+// Threads: the host thread may call any manager operation while the worker
+// recognizes. Results, hypotheses, failures and grammar and mode changes are
+// emitted from the worker thread: call K_SRInterface::registerKSRTypes()
+// and connect (queued, the default) to receivers on the host thread.
+// The object itself lives in the worker thread, whose loop leaves no room
+// for queued calls: call openMicrophoneSetup() and the two microphone slots
+// from the host thread, directly or through Qt::DirectConnection. They stop
+// the worker before touching the microphone and restart it afterwards.
+class KSR_EXPORT K_VoskInterface : public K_SRInterface, public KSR_VoskManager {
+    Q_OBJECT
+public:
+    // The host's microphone dialog: shows `device` and `frequency` (hertz),
+    // writes the user's choice back into them and answers whether to apply it.
+    using MicrophoneSetupFunction = std::function<bool(K_VoskInterface*, std::string& device, int& frequency)>;
+
+    explicit K_VoskInterface(QWidget* parent);
+    ~K_VoskInterface() override;
+    K_VoskInterface(const K_VoskInterface&) = delete;
+    K_VoskInterface& operator=(const K_VoskInterface&) = delete;
+
+    // The capture rates a host may offer: 16000, 44100, 48000 Hz.
+    QList<int> availableFrequencies() const;
+    // The capture device names, in the order the audio system gives them.
+    std::list<std::string> availableMicrophones() const;
+    void setMicrophoneSetupFunction(const MicrophoneSetupFunction& function);
+
+    // Stops a running interface, asks the host function and applies its
+    // answer (emitting microphoneDeviceChanged and microphoneFrequencyChanged),
+    // then restarts. False only without a function.
+    bool openMicrophoneSetup() override;
+    bool openVoiceTraining() override;
+    // Slots of K_SRInterface: the capture loop and its end.
+    void speechRecognitionStarted() override;
+    void speechRecognitionEnded() override;
+
+    // The manager's reporting operations, turned into signals.
+    void processRecognition(KSR::SRData data) override;
+    void processRecognitionFailed() override;
+    void processHypothesis(KSR::SRData data) override;
+
+public slots:
+    // Switches capture to another device (restarting a running interface);
+    // an empty or unchanged name is ignored. No signal is emitted.
+    void microphoneDeviceChangedSlot(QString device);
+    // Switches the capture rate (16000, 48000, anything else 44100 Hz),
+    // restarting a running interface; negative values are ignored.
+    void microphoneFrequencyChangedSlot(int freq);
+
+signals:
+    void dictationActivated(bool activated);
+    void numeralsModeActivated(bool activated);
+    void spellingModeActivated(bool activated);
+    void capitalsModeActivated(bool activated);
+    void microphoneDeviceChanged(QString device);
+    void microphoneFrequencyChanged(int frequency);
+
+protected:
+    virtual void dictationChanged(bool activated);
+    virtual void numeralsModeChanged(bool activated);
+    virtual void spellingModeChanged(bool activated);
+    virtual void capitalsModeChanged(bool activated);
+
+    // The microphone, for subclasses that inspect or tune it while stopped.
+    AudioDevice* audioDevice() const;
+
+private:
+    std::string findModelPath();
+    void readSampleFrequency(const QString& configFile);
+    void bindManagerCallbacks();
+    // Whether the worker is listening or about to: the microphone may only
+    // be touched by the host after stopping it.
+    bool isListeningOrStarting() const;
+
+    MicrophoneSetupFunction microphoneSetupFunction;
+    std::unique_ptr<AudioDevice> audio;
+    // False from the thread's finish until the next start has either entered
+    // the capture loop or declined to; covers the moment between start()
+    // and the loop setting `active`.
+    std::atomic<bool> m_startSettled;
+};
+
+#endif
