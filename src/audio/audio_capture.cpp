@@ -16,7 +16,16 @@ extern "C" {
 
 namespace {
 
-// Zeroed, and null instead of an exception when memory runs out.
+// Null instead of an exception when memory runs out. Buffers are zeroed only
+// where a read replaces its capture buffer; the others are written before
+// they are read.
+std::unique_ptr<char[]> bytes(long long size)
+{
+    if (size <= 0)
+        return nullptr;
+    return std::unique_ptr<char[]>(new (std::nothrow) char[static_cast<std::size_t>(size)]);
+}
+
 std::unique_ptr<char[]> zeroedBytes(long long size)
 {
     if (size <= 0)
@@ -52,7 +61,7 @@ bool AudioDevice::startCapture()
     const int captureHertz = AudioFormats::rateHertz(m_captureRate);
     // Sixteen seconds of audio: far more than a read ever finds waiting.
     m_captureCapacity = captureHertz * 16;
-    mp_captureBuffer = zeroedBytes(static_cast<long long>(m_captureCapacity) *
+    mp_captureBuffer = bytes(static_cast<long long>(m_captureCapacity) *
                                    captureBufferFrameBytes(m_captureFormat, m_outputFormat));
     if (!mp_captureBuffer)
         return false;
@@ -105,7 +114,7 @@ bool AudioDevice::setUpResampler()
         return false;
 
     m_resampledBufferSize = rateRatioCeiling(outHertz, inHertz) * m_captureCapacity * 10;
-    mp_resampledBuffer = zeroedBytes(m_resampledBufferSize);
+    mp_resampledBuffer = bytes(m_resampledBufferSize);
     return mp_resampledBuffer != nullptr;
 }
 
@@ -151,7 +160,7 @@ bool AudioDevice::resample(int frames)
                                     AudioFormats::frameBytes(m_outputFormat);
     if (m_resampledBufferSize < estimateBytes) {
         const long long grown = m_resampledBufferSize + estimateBytes;
-        std::unique_ptr<char[]> larger = zeroedBytes(grown);
+        std::unique_ptr<char[]> larger = bytes(grown);
         if (!larger)
             return false;
         mp_resampledBuffer = std::move(larger);

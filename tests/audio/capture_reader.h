@@ -22,10 +22,12 @@ struct CaptureReader {
         const char* data = device.readSamples();
         if (!data)
             return false;
+        // A resampling read may hand out no frame yet while the filter fills.
         const std::size_t count = device.readBytes() / sizeof(std::int16_t);
         const std::size_t old = samples.size();
         samples.resize(old + count);
-        std::memcpy(samples.data() + old, data, count * sizeof(std::int16_t));
+        if (count > 0)
+            std::memcpy(samples.data() + old, data, count * sizeof(std::int16_t));
         ++reads;
         return true;
     }
