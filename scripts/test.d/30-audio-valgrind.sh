@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# The audio input under valgrind's memcheck, against a real audio server (a
+# private virtual microphone): the resampler, the no-server failures, the
+# null OpenAL back end, and 200 capture start/stop cycles plus 100 device
+# constructions. Any invalid access or definitely/indirectly lost block
+# fails it. Uses the normal build of scripts/test.sh (build/, or
+# KSR_BUILD_DIR); skipped when that build has no audio tests.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+ROOT=$(pwd)
+BUILD=${KSR_BUILD_DIR:-$ROOT/build}
+TESTS=$BUILD/tests/audio
+
+say() { echo "[audio-valgrind] $*"; }
+
+if [ ! -x "$TESTS/test_audio_capture" ]; then
+  say "no audio tests in $BUILD, skipped"
+  exit 0
+fi
+command -v valgrind >/dev/null || { say "valgrind missing (scripts/setup.sh installs it)"; exit 1; }
+
+export VIRTUAL_MIC_DIR
+VIRTUAL_MIC_DIR=$(mktemp -d /tmp/ksr-audio-valgrind.XXXXXX)
+LOG=$VIRTUAL_MIC_DIR/valgrind.log
+cleanup() {
+  "$ROOT/scripts/virtual_mic.sh" stop >/dev/null 2>&1 || true
+  rm -rf "$VIRTUAL_MIC_DIR"
+}
+trap cleanup EXIT
+"$ROOT/scripts/virtual_mic.sh" start
+
+check() { # program [gtest filter]
+  local program=$1 filter=${2:-*}
+  say "$(basename "$program") $filter"
+  if ! valgrind -q --leak-check=full --errors-for-leak-kinds=definite,indirect --error-exitcode=9 \
+       "$program" --gtest_filter="$filter" >"$LOG" 2>&1; then
+    cat "$LOG"
+    say "FAILED: $(basename "$program") $filter"
+    exit 1
+  fi
+}
+
+check "$TESTS/test_audio_resampler"
+check "$TESTS/test_audio_no_server"
+check "$TESTS/test_audio_device_offline"
+check "$TESTS/test_audio_capture" "AudioCaptureCycles.*"
+say "clean"
