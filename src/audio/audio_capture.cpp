@@ -61,8 +61,8 @@ bool AudioDevice::startCapture()
     const int captureHertz = AudioFormats::rateHertz(m_captureRate);
     // Sixteen seconds of audio: far more than a read ever finds waiting.
     m_captureCapacity = captureHertz * 16;
-    mp_captureBuffer = bytes(static_cast<long long>(m_captureCapacity) *
-                                   captureBufferFrameBytes(m_captureFormat, m_outputFormat));
+    mp_captureBuffer =
+        bytes(static_cast<long long>(m_captureCapacity) * captureBufferFrameBytes(m_captureFormat, m_outputFormat));
     if (!mp_captureBuffer)
         return false;
 
