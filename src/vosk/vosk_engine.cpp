@@ -212,12 +212,18 @@ std::string Engine::buildCommandsPhrasesLocked()
         }
     }
 
-    const std::vector<std::string> commands = m_commandsList;
-    for (const std::string& phrase : commands)
-        m_commandsList.push_back(literal + " " + phrase);
+    // Derived from the phrases present now, not from those being added.
+    const std::size_t commands = m_commandsList.size();
+    m_commandsList.reserve(2 * commands + 1 + (forced.empty() ? 0 : m_forcedWordsList.size()));
+    for (std::size_t i = 0; i < commands; ++i)
+        m_commandsList.push_back(literal + " " + m_commandsList[i]);
     m_commandsList.push_back(literal + " " + literal);
 
     std::string phrases = "[\"[unk]\"";
+    std::size_t size = phrases.size() + 1;
+    for (const std::string& phrase : m_commandsList)
+        size += phrase.size() + 3;
+    phrases.reserve(size + m_forcedWordsList.size() * (forced.size() + 16));
     for (const std::string& phrase : m_commandsList) {
         phrases += ',';
         appendJsonString(phrases, phrase);
@@ -235,6 +241,8 @@ std::string Engine::buildCommandsPhrasesLocked()
 
 std::string Engine::commandToText(const std::string& command)
 {
+    if (command.empty())
+        return std::string();  // no words: neither rule can match
     const int words = countWords(command);
     std::lock_guard<std::mutex> lock(m_mutex);
     const std::string literalPrefix = m_literalKeyword + " ";
