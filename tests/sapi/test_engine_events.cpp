@@ -297,7 +297,7 @@ TEST_F(EngineEvents, PointerAndStringParametersAreFreed)
     for (WORD type : {WORD(SPET_LPARAM_IS_POINTER), WORD(SPET_LPARAM_IS_STRING)}) {
         SPEVENT event = {};
         event.eEventId = SPEI_PHRASE_START;
-        event.elParamType = type;
+        event.elParamType = static_cast<SPEVENTLPARAMTYPE>(type);
         event.lParam = reinterpret_cast<LPARAM>(CoTaskMemAlloc(32));
         ASSERT_TRUE(context().push(event));
     }

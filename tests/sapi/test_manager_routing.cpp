@@ -26,7 +26,15 @@ protected:
             *ruleOut = rule;
         return id;
     }
-    bool isOn(KSR::GrammarId id) { return world.grammar(id)->grammarState() == SPGS_ENABLED; }
+    bool isOn(KSR::GrammarId id)
+    {
+        SapiFakes::FakeGrammar* grammar = world.grammar(id);
+        if (!grammar) {
+            ADD_FAILURE() << "no SAPI grammar " << id;
+            return false;
+        }
+        return grammar->grammarState() == SPGS_ENABLED;
+    }
 };
 
 }  // namespace

@@ -117,6 +117,18 @@ TEST(SapiDeclarations, ClassAndInterfaceIds)
     EXPECT_EQ(IID_IClassFactory.Data1, 1u);
 }
 
+namespace {
+
+// offsetof for records the SDK declares with C++ inheritance (SPPHRASE
+// extends SPPHRASE_50 from SAPI 5.3 on), where offsetof is not defined.
+template <class Record, class Field>
+std::size_t offsetIn(const Record& record, const Field& field)
+{
+    return static_cast<std::size_t>(reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&record));
+}
+
+}  // namespace
+
 // The layouts of the records SAPI hands over (64-bit).
 TEST(SapiDeclarations, RecordLayouts)
 {
@@ -134,10 +146,11 @@ TEST(SapiDeclarations, RecordLayouts)
     EXPECT_EQ(sizeof(SPPHRASEPROPERTY), 80u);
     EXPECT_EQ(offsetof(SPPHRASEPROPERTY, vValue), 24u);
     EXPECT_EQ(offsetof(SPPHRASEPROPERTY, pNextSibling), 56u);
-    EXPECT_EQ(offsetof(SPPHRASE, ullGrammarID), 8u);
-    EXPECT_EQ(offsetof(SPPHRASE, Rule), 48u);
-    EXPECT_EQ(offsetof(SPPHRASE, pProperties), 96u);
-    EXPECT_EQ(offsetof(SPPHRASE, pElements), 104u);
+    const SPPHRASE phrase = {};
+    EXPECT_EQ(offsetIn(phrase, phrase.ullGrammarID), 8u);
+    EXPECT_EQ(offsetIn(phrase, phrase.Rule), 48u);
+    EXPECT_EQ(offsetIn(phrase, phrase.pProperties), 96u);
+    EXPECT_EQ(offsetIn(phrase, phrase.pElements), 104u);
     EXPECT_EQ(offsetof(SPRECOGNIZERSTATUS, cLangIDs), 72u);
     EXPECT_EQ(offsetof(SPRECOGNIZERSTATUS, aLangID), 76u);
     EXPECT_EQ(sizeof(SPRECOGNIZERSTATUS), 128u);

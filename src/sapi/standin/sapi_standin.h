@@ -100,9 +100,10 @@ typedef enum SPEVENTENUM {
 #define SPFEI_ALL_EVENTS 0xefffffffffffffffull
 #define SPFEI(SPEI_ord) ((1ull << SPEI_ord) | SPFEI_FLAGCHECK)
 
+// In C++ the SDK declares the two ids as 16-bit enum bit-fields.
 typedef struct SPEVENT {
-    WORD eEventId;
-    WORD elParamType;
+    SPEVENTENUM eEventId : 16;
+    SPEVENTLPARAMTYPE elParamType : 16;
     ULONG ulStreamNum;
     ULONGLONG ullAudioStreamOffset;
     WPARAM wParam;

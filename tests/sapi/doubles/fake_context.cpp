@@ -64,7 +64,7 @@ bool FakeContext::push(const SPEVENT& event)
 bool FakeContext::pushResult(SPEVENTENUM id, FakeResult* result)
 {
     SPEVENT event = {};
-    event.eEventId = static_cast<WORD>(id);
+    event.eEventId = id;
     event.elParamType = SPET_LPARAM_IS_OBJECT;
     event.lParam = reinterpret_cast<LPARAM>(static_cast<ISpRecoResult*>(result));
     if (result)
@@ -80,7 +80,7 @@ bool FakeContext::pushStateChange(SPRECOSTATE state)
 bool FakeContext::pushSimple(SPEVENTENUM id, WPARAM wParam)
 {
     SPEVENT event = {};
-    event.eEventId = static_cast<WORD>(id);
+    event.eEventId = id;
     event.elParamType = SPET_LPARAM_IS_UNDEFINED;
     event.wParam = wParam;
     return push(event);
