@@ -117,23 +117,27 @@ protected:
         });
     }
 
+    // Feeds chunks until `stop`, then 200 more with nobody else touching the
+    // engine.
     void feedUntil(const std::atomic<bool>& stop)
     {
         const std::vector<char> chunk(320, '\0');
-        long chunks = 0;
-        while (!stop || chunks < 200) {
+        const auto feedOne = [&] {
             engine.processAudio(chunk.data(), static_cast<int>(chunk.size()));
-            if (++chunks % 97 == 0)
+            if (++fed % 97 == 0)
                 engine.processFinalAudio();
-        }
-        fed = chunks;
+        };
+        while (!stop)
+            feedOne();
+        for (int i = 0; i < 200; ++i)
+            feedOne();
     }
 
     LogCapture log;
     Engine engine;
     std::atomic<long> commands{0};
     std::atomic<long> dictated{0};
-    long fed = 0;
+    std::atomic<long> fed{0};
     int keyToggle = 0;  // worker thread only
 };
 
@@ -144,10 +148,16 @@ TEST_F(EngineThreads, HostChangesEveryInputWhileTheWorkerFeedsAudio)
     std::atomic<bool> stop{false};
     std::thread worker([&] { feedUntil(stop); });
 
-    const int rounds = 4000;
-    for (int i = 0; i < rounds; ++i) {
-        engine.setCommandsList(i % 3 ? kListA : kListB);
-        engine.setActivated(true);
+    // At least 4000 rounds, and on until the worker has fed 1000 chunks
+    // meanwhile, so that the two really overlap.
+    long rounds = 0;
+    for (int i = 0; i < 4000 || fed < 1000; ++i, ++rounds) {
+        // A grammar change drops the next chunk: not every round, so that
+        // chunks also get through and deliver.
+        if (i % 4 == 0) {
+            engine.setCommandsList(i % 3 ? kListA : kListB);
+            engine.setActivated(true);
+        }
         switch (i % 8) {
         case 0: engine.setLiteralKeyword(i % 16 ? "literal" : "say literally"); break;
         case 1: engine.setForcedWordsKeyword(i % 16 ? "force" : ""); break;
@@ -166,13 +176,18 @@ TEST_F(EngineThreads, HostChangesEveryInputWhileTheWorkerFeedsAudio)
         (void)engine.isActivated();
         (void)engine.dictationModeEnabled();
         (void)engine.getCommandConfidenceThreshold();
-        if (i % 50 == 0)
+        if (i % 10 == 0)
             std::this_thread::yield();
     }
+    const long deliveredMeanwhile = commands + dictated;
     stop = true;
     worker.join();
 
-    EXPECT_GE(fed, 200);
+    EXPECT_GE(rounds, 4000);
+    EXPECT_GE(fed.load(), 1200);
+    // Deliveries (and so re-entrant calls) happened while the host changed
+    // the inputs, and went on afterwards.
+    EXPECT_GT(deliveredMeanwhile, 0);
     EXPECT_GT(commands.load(), 0);
     EXPECT_GT(dictated.load(), 0);
     EXPECT_TRUE(log.lines().empty());
