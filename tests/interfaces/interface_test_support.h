@@ -22,6 +22,8 @@
 #include "audio/audio_device.h"
 #include "k_vosk_interface.h"
 
+// The manager tests' fixture brings the same two operators.
+#ifndef KSR_TESTS_MANAGER_FIXTURE_H
 namespace KSR {
 
 inline bool operator==(const SRData& a, const SRData& b)
@@ -35,6 +37,7 @@ inline std::ostream& operator<<(std::ostream& out, const SRData& d)
 }
 
 }  // namespace KSR
+#endif
 
 // Runs the host thread's events until the predicate holds or time runs out.
 template <typename Predicate>

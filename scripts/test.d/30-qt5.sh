@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Builds the Qt host interfaces against Qt 5.15 (-DKSR_QT_MAJOR=5) in
+# build-qt5 and runs their tests (ctest label "qt"; those that listen to the
+# virtual microphone bring its start and stop with them). The normal build
+# covers Qt 6.
+# Usage: scripts/test.d/30-qt5.sh
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+BUILD=build-qt5
+JOBS=${KSR_JOBS:-2}
+
+say() { echo "[qt5] $*"; }
+
+say "configuring $BUILD"
+cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF \
+  >"$BUILD.configure.log" 2>&1 || { cat "$BUILD.configure.log"; exit 1; }
+grep -q "Qt5Core" "$BUILD/CMakeCache.txt" || { say "Qt 5 was not picked up"; exit 1; }
+
+# Only what the Qt tests need: the test programs of tests/interfaces.
+targets=$(cmake --build "$BUILD" --target help | sed -n 's/^\(test_sr_interface\|test_vosk_interface[a-z_]*\):.*/\1/p')
+say "building $(echo $targets | wc -w) test programs"
+cmake --build "$BUILD" -j "$JOBS" --target $targets 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
+test "${PIPESTATUS[0]}" -eq 0
+
+say "running the Qt tests"
+ctest --test-dir "$BUILD" --output-on-failure -j "$JOBS" -L '^qt$'
