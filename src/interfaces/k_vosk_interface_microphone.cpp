@@ -5,9 +5,12 @@
 #include "audio/audio_device.h"
 #include "audio/audio_formats.h"
 
+// The worker sets `active` before it marks its start settled, so the mark
+// is read first: a settled start then shows its `active` to the read after.
 bool K_VoskInterface::isListeningOrStarting() const
 {
-    return isActive() || (thread && thread->isRunning() && !m_startSettled);
+    const bool starting = thread && thread->isRunning() && !m_startSettled;
+    return starting || isActive();
 }
 
 bool K_VoskInterface::openMicrophoneSetup()

@@ -128,15 +128,20 @@ TEST(SRInterface, SignalsCrossToTheHostThreadWithTheirRecords)
     QObject receiver;
     KSR::SRData received;
     Qt::HANDLE receivedOn = nullptr;
+    int grammarsReceived = 0;
     QObject::connect(&iface, &K_SRInterface::recognitionResult, &receiver, [&](KSR::SRData data) {
         received = data;
         receivedOn = QThread::currentThreadId();
     });
+    QObject::connect(&iface, &K_SRInterface::grammarActivatedSignal, &receiver,
+                     [&](KSR::GrammarId, bool) { ++grammarsReceived; });
 
     iface.start();
     ASSERT_TRUE(waitFor([&] { return iface.isActive(); }));
     iface.emitResult = true;
-    ASSERT_TRUE(waitFor([&] { return results.count() == 1 && grammars.count() == 1 && receivedOn; }));
+    ASSERT_TRUE(waitFor([&] { return receivedOn && grammarsReceived == 1; }));
+    // The spies record in the worker thread (direct connections): they are
+    // read once it has ended.
     iface.stop();
 
     EXPECT_EQ(receivedOn, QThread::currentThreadId());
@@ -162,6 +167,12 @@ TEST(SRInterface, BaseDialogsAreNotSupported)
 
 TEST(SRInterface, ALoopThatIgnoresActiveIsTerminatedAfter2000ms)
 {
+#if defined(__SANITIZE_THREAD__)
+    // A thread cancelled in the middle of its loop is outside what
+    // ThreadSanitizer models: it reports the worker's last accesses as
+    // unordered with everything after the forced end.
+    GTEST_SKIP() << "forced thread termination is not checked under ThreadSanitizer";
+#endif
     StubbornInterface iface;
     iface.start();
     ASSERT_TRUE(waitFor([&] { return iface.running.load(); }));
