@@ -1,0 +1,102 @@
+#include "demo_options.h"
+
+#include <cstdlib>
+
+namespace {
+
+bool isOption(const std::string& argument) { return argument.rfind("--", 0) == 0; }
+
+bool parseSeconds(const std::string& text, double& seconds)
+{
+    char* end = nullptr;
+    seconds = std::strtod(text.c_str(), &end);
+    return !text.empty() && end && *end == '\0' && seconds > 0.0;
+}
+
+}  // namespace
+
+const char* demoUsage()
+{
+    return "usage: ksr-demo [--grammar FILE] [--model DIR] [--json] [--hypotheses]\n"
+           "                (--wav FILE... | --mic [DEVICE] [--seconds N] | --list-mics)\n"
+           "\n"
+           "  --wav FILE...   recognize sound files (any rate and channel count), one after the other\n"
+           "  --mic [DEVICE]  listen to a microphone (the default one without DEVICE) until Ctrl+C\n"
+           "  --seconds N     stop listening after N seconds\n"
+           "  --list-mics     print the capture devices and exit\n"
+           "  --grammar FILE  grammars, rules, commands, dictation and settings (JSON);\n"
+           "                  default: the demo grammar beside the program's sources\n"
+           "  --model DIR     acoustic model; default: $KALO_ACOUSTIC_MODEL_PATH, else the bundled one\n"
+           "  --json          one JSON object per line instead of text\n"
+           "  --hypotheses    also print partial results (each new one once)\n"
+           "\n"
+           "exit status: 0 done, 2 bad arguments, 3 no usable model, 4 bad grammar file,\n"
+           "             5 unreadable audio file, 6 no such microphone or capture failed\n";
+}
+
+bool parseDemoOptions(int argc, char** argv, DemoOptions& options, std::string& error)
+{
+    const auto setSource = [&](DemoOptions::Source source) {
+        if (options.source != DemoOptions::Source::None && options.source != source) {
+            error = "--wav and --mic exclude each other";
+            return false;
+        }
+        options.source = source;
+        return true;
+    };
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        const bool hasValue = i + 1 < argc && !isOption(argv[i + 1]);
+        if (argument == "--help" || argument == "-h") {
+            options.help = true;
+        } else if (argument == "--json") {
+            options.json = true;
+        } else if (argument == "--hypotheses") {
+            options.hypotheses = true;
+        } else if (argument == "--list-mics") {
+            options.listDevices = true;
+        } else if (argument == "--grammar" || argument == "--model" || argument == "--seconds") {
+            if (!hasValue) {
+                error = argument + " needs a value";
+                return false;
+            }
+            const std::string value = argv[++i];
+            if (argument == "--grammar") {
+                options.grammarFile = value;
+            } else if (argument == "--model") {
+                options.modelPath = value;
+            } else if (!parseSeconds(value, options.seconds)) {
+                error = "--seconds needs a positive number, not \"" + value + "\"";
+                return false;
+            }
+        } else if (argument == "--mic") {
+            if (!setSource(DemoOptions::Source::Microphone))
+                return false;
+            if (hasValue)
+                options.device = argv[++i];
+        } else if (argument == "--wav") {
+            if (!setSource(DemoOptions::Source::Files))
+                return false;
+            while (i + 1 < argc && !isOption(argv[i + 1]))
+                options.files.push_back(argv[++i]);
+            if (options.files.empty()) {
+                error = "--wav needs at least one file";
+                return false;
+            }
+        } else {
+            error = "unknown argument \"" + argument + "\"";
+            return false;
+        }
+    }
+    if (options.help)
+        return true;
+    if (options.source == DemoOptions::Source::None && !options.listDevices) {
+        error = "say where the audio comes from: --wav FILE... or --mic [DEVICE]";
+        return false;
+    }
+    if (options.seconds > 0.0 && options.source != DemoOptions::Source::Microphone) {
+        error = "--seconds applies to --mic only";
+        return false;
+    }
+    return true;
+}

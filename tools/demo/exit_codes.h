@@ -1,0 +1,18 @@
+#ifndef KSR_DEMO_EXIT_CODES_H
+#define KSR_DEMO_EXIT_CODES_H
+
+// What the demo host's exit status says.
+namespace DemoExit {
+
+enum Code {
+    Ok = 0,            // ran to the end
+    Usage = 2,         // bad command line
+    Model = 3,         // no usable acoustic model
+    Grammar = 4,       // grammar file unreadable, not valid or not accepted by the model
+    AudioFile = 5,     // an audio file could not be read
+    Microphone = 6,    // no such microphone, or capture could not start
+};
+
+}  // namespace DemoExit
+
+#endif

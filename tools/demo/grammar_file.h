@@ -1,0 +1,75 @@
+#ifndef KSR_DEMO_GRAMMAR_FILE_H
+#define KSR_DEMO_GRAMMAR_FILE_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "ksr_types.h"
+
+class KSR_VoskManager;
+
+// The demo host's grammar file (JSON):
+//
+// {
+//   "grammars": [                       command grammars, registered in order
+//     { "name": "files",
+//       "activationKey": "north",       optional; saying it switches this
+//                                       grammar on and the other keyed ones off
+//       "active": true,                 optional, default false
+//       "rules": [ { "name": "files", "active": true,
+//                    "commands": ["open file", "close window"] } ] }
+//   ],
+//   "dictation": {                      optional: free dictation
+//     "activationKey": "",  "active": true,
+//     "forcedWordsKeyword": "force", "forcedWords": ["smith"] },
+//   "thresholds": { "command": 90, "dictation": 50 },   optional, per cent
+//   "modes": { "numerals": false, "capitals": false, "spelling": false }
+// }
+//
+// Unknown keys are refused, so that a misspelt key is not silently ignored.
+
+struct RuleSpec {
+    std::string name;
+    bool active = true;
+    std::vector<std::string> commands;
+};
+
+struct GrammarSpec {
+    std::string name;
+    std::string activationKey;
+    bool active = false;
+    std::vector<RuleSpec> rules;
+};
+
+struct GrammarFile {
+    std::vector<GrammarSpec> grammars;
+    bool hasDictation = false;
+    std::string dictationKey;
+    bool dictationActive = false;
+    std::string forcedWordsKeyword;
+    std::vector<std::string> forcedWords;
+    int commandThreshold = -1;    // -1: keep the module's default
+    int dictationThreshold = -1;
+    bool numerals = false;
+    bool capitals = false;
+    bool spelling = false;
+};
+
+// Names of what was registered, for printing results.
+struct GrammarNames {
+    std::map<KSR::GrammarId, std::string> grammars;
+    std::map<KSR::RuleId, std::string> rules;
+    KSR::GrammarId dictationGrammar = KSR::InvalidGrammarId;
+    KSR::RuleId formattingRule = KSR::InvalidRuleId;
+};
+
+// Reads and checks the file's structure; false with `error` set.
+bool readGrammarFile(const std::string& path, GrammarFile& file, std::string& error);
+
+// Registers everything through the manager; false with `error` set when the
+// manager refuses something (a word the model does not know, a bad threshold).
+bool registerGrammarFile(KSR_VoskManager& manager, const GrammarFile& file, GrammarNames& names,
+                         std::string& error);
+
+#endif

@@ -1,0 +1,191 @@
+// ksr-demo: a host application of the speech-recognition module. It
+// registers the grammars of a grammar file through the Vosk manager and
+// prints what the module recognizes, from a microphone (through
+// K_VoskInterface's capture loop) or from sound files (through the same
+// manager and engine). See demoUsage() for the command line and
+// exit_codes.h for the exit status.
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QTimer>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "audio/audio_device.h"
+#include "audio_file.h"
+#include "demo_options.h"
+#include "demo_recognizer.h"
+#include "event_printer.h"
+#include "exit_codes.h"
+#include "grammar_file.h"
+
+namespace {
+
+const int kModelRate = 16000;
+std::atomic<bool> g_interrupted{false};
+
+int fail(int code, const std::string& message)
+{
+    std::fprintf(stderr, "ksr-demo: %s\n", message.c_str());
+    return code;
+}
+
+// --model, else the environment, else the model that ships with the demo.
+std::string chooseModel(const DemoOptions& options)
+{
+    if (!options.modelPath.empty())
+        return options.modelPath;
+    if (const char* fromEnvironment = std::getenv("KALO_ACOUSTIC_MODEL_PATH"))
+        if (*fromEnvironment)
+            return fromEnvironment;
+    return KSR_DEMO_MODEL_DIR;
+}
+
+bool hasFeatureConfig(const std::string& model)
+{
+    return QFileInfo::exists(QString::fromStdString(model + "/mfcc.conf")) ||
+           QFileInfo::exists(QString::fromStdString(model + "/conf/mfcc.conf"));
+}
+
+int listMicrophones()
+{
+    AudioDevice audio;
+    const std::list<std::string> devices = audio.availableCaptureDevices();
+    if (devices.empty())
+        return fail(DemoExit::Microphone, "no capture device found");
+    const std::string standard = audio.defaultCaptureDeviceName();
+    for (const std::string& name : devices)
+        std::printf("%s%s\n", name.c_str(), name == standard ? "  (default)" : "");
+    return DemoExit::Ok;
+}
+
+int hearFiles(DemoRecognizer& recognizer, EventPrinter& printer, const std::vector<std::string>& files)
+{
+    // Every file is read before any is heard, so that a bad one stops the
+    // run before it prints anything.
+    std::vector<std::vector<std::int16_t>> audio(files.size());
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        std::string error;
+        if (!loadAudioFile(files[i], kModelRate, audio[i], error))
+            return fail(DemoExit::AudioFile, "cannot read audio file " + files[i] + ": " + error);
+    }
+    recognizer.startRecognizing();
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        printer.file(files[i]);
+        recognizer.hearFile(audio[i]);
+    }
+    recognizer.stopRecognizing();
+    printer.document();
+    return DemoExit::Ok;
+}
+
+// Opens and closes the device once, so that a microphone that cannot
+// capture is an error here rather than silence later.
+bool captureWorks(const std::string& device)
+{
+    AudioDevice probe;
+    if (!probe.setCaptureDeviceName(device) || !probe.startCapture())
+        return false;
+    return probe.stopCapture();
+}
+
+int listen(QCoreApplication& app, DemoRecognizer& recognizer, EventPrinter& printer, const DemoOptions& options)
+{
+    const std::list<std::string> devices = recognizer.availableMicrophones();
+    if (devices.empty())
+        return fail(DemoExit::Microphone, "no microphone found");
+    std::string device = options.device;
+    if (!device.empty()) {
+        if (std::find(devices.begin(), devices.end(), device) == devices.end()) {
+            std::string names;
+            for (const std::string& name : devices)
+                names += "\n  " + name;
+            return fail(DemoExit::Microphone, "no microphone named \"" + device + "\"; there are:" + names);
+        }
+        recognizer.microphoneDeviceChangedSlot(QString::fromStdString(device));
+    } else {
+        AudioDevice audio;
+        device = audio.defaultCaptureDeviceName();
+    }
+    if (!captureWorks(options.device))
+        return fail(DemoExit::Microphone, "cannot capture from \"" + device + "\"");
+
+    int frequency = 0;
+    recognizer.setMicrophoneSetupFunction([&frequency](K_VoskInterface*, std::string&, int& rate) {
+        frequency = rate;
+        return false;
+    });
+    recognizer.openMicrophoneSetup();  // only reads the capture rate
+    printer.listening(device, frequency);
+
+    std::signal(SIGINT, [](int) { g_interrupted = true; });
+    std::signal(SIGTERM, [](int) { g_interrupted = true; });
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &app, [&app] {
+        if (g_interrupted)
+            app.quit();
+    });
+    poll.start(100);
+    if (options.seconds > 0.0)
+        QTimer::singleShot(static_cast<int>(options.seconds * 1000), &app, &QCoreApplication::quit);
+
+    recognizer.start();
+    app.exec();
+    recognizer.stop();
+    QCoreApplication::processEvents();  // what the worker sent last
+    printer.document();
+    return DemoExit::Ok;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    DemoOptions options;
+    std::string error;
+    if (!parseDemoOptions(argc, argv, options, error)) {
+        std::fprintf(stderr, "ksr-demo: %s\n\n%s", error.c_str(), demoUsage());
+        return DemoExit::Usage;
+    }
+    if (options.help) {
+        std::printf("%s", demoUsage());
+        return DemoExit::Ok;
+    }
+    // Files need no sound device: OpenAL's null back end keeps the module's
+    // microphone set-up away from the machine's audio system.
+    if (options.source == DemoOptions::Source::Files)
+        ::setenv("ALSOFT_DRIVERS", "null", 0);
+    if (options.listDevices)
+        return listMicrophones();
+
+    const std::string model = chooseModel(options);
+    if (!QFileInfo(QString::fromStdString(model)).isDir())
+        return fail(DemoExit::Model, "no acoustic model folder at " + model);
+    if (!hasFeatureConfig(model))
+        return fail(DemoExit::Model, model + " is no acoustic model: it has neither mfcc.conf nor conf/mfcc.conf");
+    ::setenv("KALO_ACOUSTIC_MODEL_PATH", model.c_str(), 1);
+
+    const std::string grammarPath = options.grammarFile.empty() ? KSR_DEMO_GRAMMAR : options.grammarFile;
+    GrammarFile grammar;
+    if (!readGrammarFile(grammarPath, grammar, error))
+        return fail(DemoExit::Grammar, "grammar file " + grammarPath + ": " + error);
+
+    QCoreApplication app(argc, argv);
+    K_SRInterface::registerKSRTypes();
+    DemoRecognizer recognizer;
+    if (!recognizer.isInitialized())
+        return fail(DemoExit::Model, "the acoustic model at " + model + " could not be loaded");
+    GrammarNames names;
+    if (!registerGrammarFile(recognizer, grammar, names, error))
+        return fail(DemoExit::Grammar, "grammar file " + grammarPath + ": " + error);
+
+    EventPrinter printer(recognizer, names, options.json, options.hypotheses);
+    if (options.source == DemoOptions::Source::Files)
+        return hearFiles(recognizer, printer, options.files);
+    return listen(app, recognizer, printer, options);
+}
