@@ -213,8 +213,8 @@ void overhead(const Clips& clips, double audioSeconds, std::size_t chunk, bool d
         engineOwn.push_back((b.total - b.inside) / b.total);
         delivered += b.delivered;
         if (std::getenv("KSR_BENCH_VERBOSE"))
-            std::fprintf(stderr, "dictation %d, chunk %zu: a %.3f b %.3f (inside %.3f)\n", dictation, chunk, a.total,
-                         b.total, b.inside);
+            std::fprintf(stderr, "dictation %d, chunk %zu: a %.3f (inside %.3f) b %.3f (inside %.3f)\n", dictation,
+                         chunk, a.total, a.inside, b.total, b.inside);
     }
     if (delivered == 0)
         std::fprintf(stderr, "warning: the engine delivered nothing\n");
