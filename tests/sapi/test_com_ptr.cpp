@@ -47,7 +47,8 @@ TEST(ComPtr, AssignmentReleasesThePreviousObject)
     holder = second;
     EXPECT_EQ(first->references(), 1u);
     EXPECT_EQ(second->references(), 2u);
-    holder = holder;  // self-assignment keeps the reference
+    KSR::ComPtr<FakeResult>& same = holder;
+    holder = same;  // self-assignment keeps the reference
     EXPECT_EQ(second->references(), 2u);
 }
 
