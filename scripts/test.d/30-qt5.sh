@@ -16,9 +16,10 @@ cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF -DKSR_BUI
   >"$BUILD.configure.log" 2>&1 || { cat "$BUILD.configure.log"; exit 1; }
 grep -q "Qt5Core" "$BUILD/CMakeCache.txt" || { say "Qt 5 was not picked up"; exit 1; }
 
-# Only what the Qt tests need: the test programs of tests/interfaces.
-targets=$(cmake --build "$BUILD" --target help | sed -n 's/^\(test_sr_interface\|test_vosk_interface[a-z_]*\):.*/\1/p')
-say "building $(echo $targets | wc -w) test programs"
+# Only what the Qt tests need: the test programs of tests/interfaces and
+# the module itself, which the package test installs.
+targets="kalo-sr $(cmake --build "$BUILD" --target help | sed -n 's/^\(test_sr_interface\|test_vosk_interface[a-z_]*\):.*/\1/p')"
+say "building $(echo $targets | wc -w) targets"
 cmake --build "$BUILD" -j "$JOBS" --target $targets 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
 test "${PIPESTATUS[0]}" -eq 0
 

@@ -6,7 +6,7 @@
 // silence (which makes the model start with a spurious [unk]). Every clip
 // used here was checked with a plain libvosk run first: the command, key
 // and formatting clips come out exact with every word at confidence 1.0,
-// and so do dict_hello_world, dict_i_think_so, num_two_plus_two, num_105,
+// and so do dict_hello_world, dict_i_think_so, num_two_plus_two, num_3400,
 // spell_cat and spell_smith. dict_what_time and dict_help_me hold no
 // command phrase of these grammars.
 //
@@ -201,8 +201,8 @@ TEST_F(MicEndToEnd, NumeralsModeTurnsSpokenNumbersIntoDigits)
     iface->setNumeralModeEnabled(true);
     ASSERT_TRUE(waitFor([&] { return modes(SignalEvent::Numerals) == std::vector<bool>{true}; }));
     ASSERT_TRUE(hearResult("num_two_plus_two.wav"));
-    ASSERT_TRUE(hearResult("num_six_times_seven.wav"));
-    EXPECT_EQ(recorder->texts(), (Strings{"2 + 2 = 4", " 6 * 7 = 42"}));
+    ASSERT_TRUE(hearResult("num_3400.wav"));
+    EXPECT_EQ(recorder->texts(), (Strings{"2 + 2 = 4", " 3400"}));
 }
 
 TEST_F(MicEndToEnd, SpeechOutsideTheGrammarsGivesNoCommand)

@@ -1,0 +1,205 @@
+#ifndef KSR_BENCH_INTERFACES_SUPPORT_H
+#define KSR_BENCH_INTERFACES_SUPPORT_H
+
+// Shared by the interface benchmarks: a private virtual microphone for the
+// run, a plain libvosk capture loop as the baseline, and statistics.
+
+#include <AL/al.h>
+#include <AL/alc.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "vosk/vosk_c_api.h"
+
+namespace Bench {
+
+using Clock = std::chrono::steady_clock;
+
+inline std::string shellQuote(const std::string& text)
+{
+    std::string quoted = "'";
+    for (char c : text)
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+// A private PulseAudio server with its virtual microphone (scripts/
+// virtual_mic.sh) for this process; OpenAL is pointed at it. Must be made
+// before the first OpenAL call.
+class VirtualMicrophone {
+public:
+    explicit VirtualMicrophone(const char* keepAlive = "noise")
+        : m_dir("/tmp/ksr-bench-if-" + std::to_string(::getpid()))
+    {
+        ::setenv("VIRTUAL_MIC_DIR", m_dir.c_str(), 1);
+        ::setenv("VIRTUAL_MIC_KEEPALIVE", keepAlive, 1);
+        ::setenv("PULSE_SERVER", ("unix:" + m_dir + "/native").c_str(), 1);
+        ::setenv("ALSOFT_DRIVERS", "pulse", 1);
+        m_up = std::system((script() + " start >/dev/null 2>&1").c_str()) == 0;
+    }
+    ~VirtualMicrophone()
+    {
+        if (m_up)
+            std::system((script() + " stop >/dev/null 2>&1").c_str());
+        std::system(("rm -rf " + shellQuote(m_dir)).c_str());
+    }
+    bool up() const { return m_up; }
+    bool play(const std::string& clip) const
+    {
+        return std::system((script() + " play " + shellQuote(clip) + " >/dev/null 2>&1").c_str()) == 0;
+    }
+
+private:
+    static std::string script() { return shellQuote(KSR_VIRTUAL_MIC_SCRIPT); }
+    std::string m_dir;
+    bool m_up = false;
+};
+
+inline double percentile(std::vector<double> values, double p)
+{
+    if (values.empty())
+        return NAN;
+    std::sort(values.begin(), values.end());
+    const double rank = p * static_cast<double>(values.size() - 1);
+    const std::size_t low = static_cast<std::size_t>(std::floor(rank));
+    const std::size_t high = static_cast<std::size_t>(std::ceil(rank));
+    return values[low] + (values[high] - values[low]) * (rank - static_cast<double>(low));
+}
+
+inline double processCpuSeconds()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+// Peak resident memory of this process (VmHWM), in MiB.
+inline double peakResidentMiB()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind("VmHWM:", 0) == 0)
+            return std::atof(line.c_str() + 6) / 1024.0;
+    return NAN;
+}
+
+// The JSON phrase list of a grammar recognizer: "[unk]" and the phrases.
+inline std::string phraseList(const std::vector<std::string>& phrases)
+{
+    std::string json = "[\"[unk]\"";
+    for (const std::string& phrase : phrases)
+        json += ",\"" + phrase + "\"";
+    return json + "]";
+}
+
+// The baseline: the default microphone read with OpenAL at 16000 Hz, every
+// waiting sample fed straight to a libvosk grammar recognizer; a final
+// result that equals a phrase is reported with the time it was read.
+// Between polls that find nothing it sleeps `idle` (zero: it spins).
+class PlainLoop {
+public:
+    using Heard = std::function<void(const std::string& text, Clock::time_point when)>;
+    // Called with every read: its samples and the time they were read.
+    using Audio = std::function<void(const std::int16_t* samples, int count, Clock::time_point when)>;
+
+    PlainLoop(VoskModel* model, const std::vector<std::string>& phrases, std::chrono::microseconds idle)
+        : m_phrases(phrases), m_idle(idle)
+    {
+        m_recognizer = vosk_recognizer_new_grm(model, 16000.0f, phraseList(phrases).c_str());
+    }
+    ~PlainLoop()
+    {
+        stop();
+        if (m_recognizer)
+            vosk_recognizer_free(m_recognizer);
+    }
+
+    bool start(const Heard& heard, const Audio& audio = {})
+    {
+        m_device = alcCaptureOpenDevice(nullptr, 16000, AL_FORMAT_MONO16, 8000);
+        if (!m_device || !m_recognizer)
+            return false;
+        alcCaptureStart(m_device);
+        m_running = true;
+        m_thread = std::thread([this, heard, audio] { run(heard, audio); });
+        return true;
+    }
+    void stop()
+    {
+        m_running = false;
+        if (m_thread.joinable())
+            m_thread.join();
+        if (m_device) {
+            alcCaptureStop(m_device);
+            alcCaptureCloseDevice(m_device);
+            m_device = nullptr;
+        }
+    }
+
+private:
+    void run(const Heard& heard, const Audio& audio)
+    {
+        std::vector<std::int16_t> buffer(16000);
+        while (m_running) {
+            ALCint waiting = 0;
+            alcGetIntegerv(m_device, ALC_CAPTURE_SAMPLES, 1, &waiting);
+            if (waiting < 1) {
+                if (m_idle.count() > 0)
+                    std::this_thread::sleep_for(m_idle);
+                continue;
+            }
+            if (static_cast<std::size_t>(waiting) > buffer.size())
+                buffer.resize(static_cast<std::size_t>(waiting));
+            alcCaptureSamples(m_device, buffer.data(), waiting);
+            const Clock::time_point now = Clock::now();
+            if (audio)
+                audio(buffer.data(), waiting, now);
+            if (vosk_recognizer_accept_waveform(m_recognizer, reinterpret_cast<const char*>(buffer.data()),
+                                                waiting * 2)) {
+                const std::string json = vosk_recognizer_result(m_recognizer);
+                const std::string text = textOf(json);
+                if (std::find(m_phrases.begin(), m_phrases.end(), text) != m_phrases.end() && heard)
+                    heard(text, Clock::now());
+            } else {
+                vosk_recognizer_partial_result(m_recognizer);
+            }
+        }
+    }
+
+    static std::string textOf(const std::string& json)
+    {
+        const std::string key = "\"text\" : \"";
+        const auto at = json.find(key);
+        if (at == std::string::npos)
+            return std::string();
+        const auto end = json.find('"', at + key.size());
+        return json.substr(at + key.size(), end - at - key.size());
+    }
+
+    std::vector<std::string> m_phrases;
+    std::chrono::microseconds m_idle;
+    VoskRecognizer* m_recognizer = nullptr;
+    ALCdevice* m_device = nullptr;
+    std::atomic<bool> m_running{false};
+    std::thread m_thread;
+};
+
+}  // namespace Bench
+
+#endif
