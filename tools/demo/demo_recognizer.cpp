@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "audio/audio_device.h"
 #include "vosk_engine.h"
 
 namespace {
@@ -30,6 +31,8 @@ void DemoRecognizer::feed(const std::vector<std::int16_t>& samples)
         processAudio(reinterpret_cast<const char*>(&samples[at]), static_cast<int>(count * sizeof(std::int16_t)));
     }
 }
+
+int DemoRecognizer::captureFrequency() const { return audioDevice()->frequency(false); }
 
 void DemoRecognizer::flush()
 {

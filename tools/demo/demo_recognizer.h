@@ -25,6 +25,9 @@ public:
     // command before its words could be dictated.
     void hearFile(const std::vector<std::int16_t>& samples);
 
+    // The rate the microphone is captured at, in hertz (read while stopped).
+    int captureFrequency() const;
+
 private:
     void flush();
     void feed(const std::vector<std::int16_t>& samples);

@@ -115,13 +115,7 @@ int listen(QCoreApplication& app, DemoRecognizer& recognizer, EventPrinter& prin
     if (!captureWorks(options.device))
         return fail(DemoExit::Microphone, "cannot capture from \"" + device + "\"");
 
-    int frequency = 0;
-    recognizer.setMicrophoneSetupFunction([&frequency](K_VoskInterface*, std::string&, int& rate) {
-        frequency = rate;
-        return false;
-    });
-    recognizer.openMicrophoneSetup();  // only reads the capture rate
-    printer.listening(device, frequency);
+    printer.listening(device, recognizer.captureFrequency());
 
     std::signal(SIGINT, [](int) { g_interrupted = true; });
     std::signal(SIGTERM, [](int) { g_interrupted = true; });
