@@ -3,11 +3,11 @@
 # libFuzzer under AddressSanitizer and UndefinedBehaviorSanitizer for a
 # bounded time. Any crash, sanitizer report, broken property (the target
 # aborts) or input that runs longer than the time-out makes it exit non-zero.
-# Usage: scripts/test.d/20-fuzz-numerals.sh [SECONDS]   (default 45)
+# Usage: scripts/test.d/20-fuzz-numerals.sh [SECONDS]   (default 30)
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 ROOT=$(pwd)
-SECONDS_TO_RUN=${1:-${KSR_FUZZ_SECONDS:-45}}
+SECONDS_TO_RUN=${1:-${KSR_FUZZ_SECONDS:-30}}
 BUILD=$ROOT/build-fuzz
 
 say() { echo "[fuzz-numerals] $*"; }
