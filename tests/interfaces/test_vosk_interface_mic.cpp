@@ -6,7 +6,9 @@
 // silence (which makes the model start with a spurious [unk]). Every clip
 // used here was checked with a plain libvosk run first: the command, key
 // and formatting clips come out exact with every word at confidence 1.0,
-// and so do dict_hello_world, dict_i_think_so, num_two_plus_two, num_3400,
+// (cmd_open_file is not used: after the microphone's keep-alive noise the
+// model often hears "open file [unk]", which is no command phrase), and so
+// do dict_hello_world, dict_i_think_so, num_two_plus_two, num_3400,
 // spell_cat and spell_smith. dict_what_time and dict_help_me hold no
 // command phrase of these grammars.
 //
@@ -41,12 +43,12 @@ protected:
         dictation = iface->addDictationGrammar("");
         files = iface->addCommandGrammar("north");
         filesRule = iface->addRule(files, "files");
-        ASSERT_EQ(iface->addCommand(filesRule, "open file"), 0);
+        ASSERT_EQ(iface->addCommand(filesRule, "select all"), 0);
         ASSERT_EQ(iface->addCommand(filesRule, "close window"), 1);
         edit = iface->addCommandGrammar("south");
         editRule = iface->addRule(edit, "edit");
         ASSERT_EQ(iface->addCommand(editRule, "save file"), 0);
-        ASSERT_EQ(iface->addCommand(editRule, "select all"), 1);
+        ASSERT_EQ(iface->addCommand(editRule, "zoom in"), 1);
         ASSERT_TRUE(iface->setActivated(filesOn ? files : edit, true));
         recorder->clear();
     }
@@ -97,12 +99,12 @@ TEST_F(MicEndToEnd, CommandsArriveOnTheHostThreadWithTheirIds)
     ASSERT_TRUE(kEnvironment);
     commandGrammars();
     listen();
-    ASSERT_TRUE(hearResult("cmd_open_file.wav"));
+    ASSERT_TRUE(hearResult("cmd_select_all.wav"));
     ASSERT_TRUE(hearResult("cmd_close_window.wav"));
     // A command added while listening is heard at once.
     ASSERT_EQ(iface->addCommand(filesRule, "go back"), 2);
     ASSERT_TRUE(hearResult("cmd_go_back.wav"));
-    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "open file"},
+    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "select all"},
                                                              {files, filesRule, 1, "close window"},
                                                              {files, filesRule, 2, "go back"}}));
     EXPECT_TRUE(recorder->allOnHostThread());
@@ -120,11 +122,11 @@ TEST_F(MicEndToEnd, AnActivationKeySwitchesGrammars)
     EXPECT_TRUE(recorder->results().empty());
     EXPECT_FALSE(iface->getGrammar(dictation)->isActive());
 
-    // Now "open file" is a command and "save file", of the grammar that went
-    // off, is not.
-    ASSERT_TRUE(hearResult("cmd_open_file.wav"));
+    // Now "select all" is a command and "save file", of the grammar that
+    // went off, is not.
+    ASSERT_TRUE(hearResult("cmd_select_all.wav"));
     hearAll("cmd_save_file.wav");
-    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "open file"}}));
+    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "select all"}}));
     EXPECT_TRUE(recorder->allOnHostThread());
 }
 
@@ -213,15 +215,15 @@ TEST_F(MicEndToEnd, SpeechOutsideTheGrammarsGivesNoCommand)
     EXPECT_TRUE(recorder->results().empty()) << recorder->texts().front();
     EXPECT_TRUE(recorder->allOnHostThread());
     // Recognition goes on afterwards.
-    ASSERT_TRUE(hearResult("cmd_open_file.wav"));
-    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "open file"}}));
+    ASSERT_TRUE(hearResult("cmd_select_all.wav"));
+    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "select all"}}));
 }
 
 TEST_F(MicEndToEnd, ChangingTheDeviceRestartsListeningAndRecognitionGoesOn)
 {
     commandGrammars();
     listen();
-    ASSERT_TRUE(hearResult("cmd_open_file.wav"));
+    ASSERT_TRUE(hearResult("cmd_select_all.wav"));
     // The other capture device: the monitor of the sink the clips are
     // played into, which carries them as well.
     const std::list<std::string> devices = iface->availableMicrophones();
@@ -238,7 +240,7 @@ TEST_F(MicEndToEnd, ChangingTheDeviceRestartsListeningAndRecognitionGoesOn)
     EXPECT_EQ(iface->audioDevice()->captureDeviceName(), other);
     pumpEvents(400);
     ASSERT_TRUE(hearResult("cmd_close_window.wav"));
-    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "open file"},
+    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "select all"},
                                                              {files, filesRule, 1, "close window"}}));
 }
 
@@ -247,7 +249,7 @@ TEST_F(MicEndToEnd, ChangingTheFrequencyRestartsListeningAndRecognitionGoesOn)
     commandGrammars();
     iface->microphoneFrequencyChangedSlot(16000);
     listen();
-    ASSERT_TRUE(hearResult("cmd_open_file.wav"));
+    ASSERT_TRUE(hearResult("cmd_select_all.wav"));
 
     // Captured at 48000 Hz now and resampled to the model's 16000 Hz.
     iface->microphoneFrequencyChangedSlot(48000);
@@ -257,6 +259,6 @@ TEST_F(MicEndToEnd, ChangingTheFrequencyRestartsListeningAndRecognitionGoesOn)
     EXPECT_EQ(iface->audioDevice()->frequency(true), 16000);
     pumpEvents(400);
     ASSERT_TRUE(hearResult("cmd_close_window.wav"));
-    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "open file"},
+    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 0, "select all"},
                                                              {files, filesRule, 1, "close window"}}));
 }
