@@ -113,7 +113,7 @@ inline std::vector<Stream> ourStreams()
             all.back().id = text.substr(15);
         } else if (!all.empty() && text.rfind("Source: ", 0) == 0) {
             all.back().source = text.substr(8);
-        } else if (!all.empty() && text.rfind("Sample Specification: ", 0) == 0) {
+        } else if (!all.empty() && text.rfind("Sample Specif", 0) == 0) {
             all.back().sampleSpec = text.substr(22);
         } else if (!all.empty() && text.rfind("application.process.id = \"", 0) == 0) {
             all.back().processId = text.substr(26, text.size() - 27);

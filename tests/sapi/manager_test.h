@@ -62,9 +62,9 @@ protected:
             processAll(*manager->engine());
     }
     SapiFakes::FakeContext& context() { return *world.context(); }
-    void pushRecognition(SPEVENTENUM id, const SapiFakes::PhraseSpec& spec)
+    void pushRecognition(SPEVENTENUM id, const SapiFakes::PhraseSpec& scripted)
     {
-        auto result = SapiFakes::FakeResult::make(spec);
+        auto result = SapiFakes::FakeResult::make(scripted);
         ASSERT_TRUE(context().pushResult(id, result.get()));
         pump();
     }

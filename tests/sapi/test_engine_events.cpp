@@ -32,9 +32,9 @@ protected:
     }
 
     SapiFakes::FakeContext& context() { return *world.context(); }
-    void push(SPEVENTENUM id, const PhraseSpec& spec)
+    void push(SPEVENTENUM id, const PhraseSpec& scripted)
     {
-        auto result = FakeResult::make(spec);
+        auto result = FakeResult::make(scripted);
         ASSERT_TRUE(context().pushResult(id, result.get()));
     }
     bool nothingDelivered() const
@@ -187,37 +187,37 @@ TEST_F(EngineEvents, TheFirstElementsRequiredConfidenceChoosesTheThreshold)
 
 TEST_F(EngineEvents, OnlyTheFirstElementCounts)
 {
-    PhraseSpec spec = commandPhrase(101, 11, 0, "open file", SP_NORMAL_CONFIDENCE, 0.9f);
-    spec.elements.push_back({"file", SP_HIGH_CONFIDENCE, 0.01f});
-    push(SPEI_RECOGNITION, spec);
+    PhraseSpec scripted = commandPhrase(101, 11, 0, "open file", SP_NORMAL_CONFIDENCE, 0.9f);
+    scripted.elements.push_back({"file", SP_HIGH_CONFIDENCE, 0.01f});
+    push(SPEI_RECOGNITION, scripted);
     engine.processSREvents();
     EXPECT_EQ(recognitions.size(), 1u);
 }
 
 TEST_F(EngineEvents, PhraseWithoutElementsIsNotAccepted)
 {
-    PhraseSpec spec = commandPhrase(101, 11, 0, "open");
-    spec.elements.clear();
-    push(SPEI_RECOGNITION, spec);
+    PhraseSpec scripted = commandPhrase(101, 11, 0, "open");
+    scripted.elements.clear();
+    push(SPEI_RECOGNITION, scripted);
     engine.processSREvents();
     EXPECT_TRUE(recognitions.empty());
 }
 
 TEST_F(EngineEvents, PhraseWithoutPropertiesIsDeliveredOnceWithCommandIdMinusOne)
 {
-    PhraseSpec spec = commandPhrase(105, 0, 0, "some dictated words");
-    spec.properties.clear();
-    push(SPEI_RECOGNITION, spec);
+    PhraseSpec scripted = commandPhrase(105, 0, 0, "some dictated words");
+    scripted.properties.clear();
+    push(SPEI_RECOGNITION, scripted);
     engine.processSREvents();
     EXPECT_EQ(recognitions, std::vector<KSR::SRData>{KSR::srData(105, 0, -1, "some dictated words")});
 }
 
 TEST_F(EngineEvents, EveryTopLevelPropertyGivesOneDeliveryInListOrder)
 {
-    PhraseSpec spec = commandPhrase(101, 11, 4, "open file");
-    spec.properties.push_back({"Default_Property", 11, "open file", 9});
-    spec.properties.push_back({"Default_Property", 11, "open file", 2});
-    push(SPEI_HYPOTHESIS, spec);
+    PhraseSpec scripted = commandPhrase(101, 11, 4, "open file");
+    scripted.properties.push_back({"Default_Property", 11, "open file", 9});
+    scripted.properties.push_back({"Default_Property", 11, "open file", 2});
+    push(SPEI_HYPOTHESIS, scripted);
     engine.processSREvents();
     EXPECT_EQ(hypotheses, (std::vector<KSR::SRData>{KSR::srData(101, 11, 4, "open file"), KSR::srData(101, 11, 9, "open file"),
                                                     KSR::srData(101, 11, 2, "open file")}));
@@ -230,9 +230,9 @@ TEST_F(EngineEvents, EachDeliveryGetsItsOwnCopy)
         data.text = "changed";
         data.grammarId = 0;
     });
-    PhraseSpec spec = commandPhrase(101, 11, 0, "close");
-    spec.properties.push_back({"Default_Property", 11, "close", 1});
-    push(SPEI_RECOGNITION, spec);
+    PhraseSpec scripted = commandPhrase(101, 11, 0, "close");
+    scripted.properties.push_back({"Default_Property", 11, "close", 1});
+    push(SPEI_RECOGNITION, scripted);
     engine.processSREvents();
     EXPECT_EQ(recognitions, (std::vector<KSR::SRData>{KSR::srData(101, 11, 0, "close"), KSR::srData(101, 11, 1, "close")}));
 }

@@ -171,9 +171,9 @@ protected:
         sr->stop();
         EXPECT_TRUE(eventually([&] { return sr->ended.load(); }));
     }
-    void pushResult(SPEVENTENUM id, const SapiFakes::PhraseSpec& spec)
+    void pushResult(SPEVENTENUM id, const SapiFakes::PhraseSpec& scripted)
     {
-        auto result = FakeResult::make(spec);
+        auto result = FakeResult::make(scripted);
         ASSERT_TRUE(world.context()->pushResult(id, result.get()));
     }
     // The grammar switches the start causes: the two recognizer state
@@ -344,9 +344,9 @@ TEST_F(SapiInterface, ARecordWithCommandIdMinusOneIsEmittedLikeAnyOther)
     const KSR::GrammarId grammar = sapi.addDictationGrammar("");
     ASSERT_TRUE(sapi.setActivated(grammar, true));
     startAndWaitForPolling();
-    SapiFakes::PhraseSpec spec = commandPhrase(grammar, 0, 0, "dear sir");
-    spec.properties.clear();
-    pushResult(SPEI_RECOGNITION, spec);
+    SapiFakes::PhraseSpec scripted = commandPhrase(grammar, 0, 0, "dear sir");
+    scripted.properties.clear();
+    pushResult(SPEI_RECOGNITION, scripted);
     ASSERT_TRUE(gate.waitFor(EmissionGate::Result, 1));
     EXPECT_EQ(recordOf(results->at(0)), KSR::srData(grammar, 0, -1, "dear sir"));
     stop();

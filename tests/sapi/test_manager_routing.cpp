@@ -54,9 +54,9 @@ TEST_F(ManagerRouting, CommandIdMinusOneIsPrintedAsSixtyFourOnes)
     const KSR::GrammarId id = manager->addDictationGrammar("");
     manager->setActivated(id, true);
     log.clear();
-    PhraseSpec spec = commandPhrase(id, 0, 0, "hello world");
-    spec.properties.clear();
-    pushRecognition(SPEI_RECOGNITION, spec);
+    PhraseSpec scripted = commandPhrase(id, 0, 0, "hello world");
+    scripted.properties.clear();
+    pushRecognition(SPEI_RECOGNITION, scripted);
     EXPECT_EQ(manager->recognitions, std::vector<KSR::SRData>{KSR::srData(id, 0, -1, "hello world")});
     EXPECT_EQ(log.logs(), std::vector<std::string>{"Recognized: hello world gID:101 rID:0 cID:18446744073709551615"});
 }
@@ -79,9 +79,9 @@ TEST_F(ManagerRouting, HypothesisIsReportedAndLogged)
 
 TEST_F(ManagerRouting, DictationHypothesisPassesUnchanged)
 {
-    PhraseSpec spec = commandPhrase(555, 3, 0, "some words");
-    spec.properties.clear();
-    pushRecognition(SPEI_HYPOTHESIS, spec);
+    PhraseSpec scripted = commandPhrase(555, 3, 0, "some words");
+    scripted.properties.clear();
+    pushRecognition(SPEI_HYPOTHESIS, scripted);
     EXPECT_EQ(manager->hypotheses, std::vector<KSR::SRData>{KSR::srData(555, 3, -1, "some words")});
 }
 

@@ -38,14 +38,14 @@ private:
 
 }  // namespace
 
-FakeResult::FakeResult(PhraseSpec spec)
-    : m_spec(std::move(spec))
+FakeResult::FakeResult(PhraseSpec scripted)
+    : m_scripted(std::move(scripted))
 {
 }
 
-KSR::ComPtr<FakeResult> FakeResult::make(PhraseSpec spec)
+KSR::ComPtr<FakeResult> FakeResult::make(PhraseSpec scripted)
 {
-    return KSR::ComPtr<FakeResult>::adopt(new FakeResult(std::move(spec)));
+    return KSR::ComPtr<FakeResult>::adopt(new FakeResult(std::move(scripted)));
 }
 
 bool FakeResult::implements(REFIID riid) const
@@ -56,14 +56,14 @@ bool FakeResult::implements(REFIID riid) const
 SPPHRASE* FakeResult::buildPhrase() const
 {
     const std::size_t propertiesOffset = sizeof(SPPHRASE);
-    const std::size_t elementsOffset = propertiesOffset + m_spec.properties.size() * sizeof(SPPHRASEPROPERTY);
-    BlockWriter writer(elementsOffset + m_spec.elements.size() * sizeof(SPPHRASEELEMENT));
-    writer.addString(m_spec.ruleName);
-    for (const auto& property : m_spec.properties) {
+    const std::size_t elementsOffset = propertiesOffset + m_scripted.properties.size() * sizeof(SPPHRASEPROPERTY);
+    BlockWriter writer(elementsOffset + m_scripted.elements.size() * sizeof(SPPHRASEELEMENT));
+    writer.addString(m_scripted.ruleName);
+    for (const auto& property : m_scripted.properties) {
         writer.addString(property.name);
         writer.addString(property.value);
     }
-    for (const auto& element : m_spec.elements) {
+    for (const auto& element : m_scripted.elements) {
         writer.addString(element.text);
         writer.addString(element.text);
     }
@@ -80,27 +80,27 @@ SPPHRASE* FakeResult::buildPhrase() const
 
     phrase->cbSize = sizeof(SPPHRASE);
     phrase->LangID = 0x0409;
-    phrase->ullGrammarID = m_spec.grammarId;
-    phrase->Rule.pszName = writer.place(m_spec.ruleName);
-    phrase->Rule.ulId = m_spec.ruleId;
-    phrase->Rule.ulCountOfElements = static_cast<ULONG>(m_spec.elements.size());
-    phrase->Rule.SREngineConfidence = m_spec.elements.empty() ? 0.0f : m_spec.elements.front().engineConfidence;
+    phrase->ullGrammarID = m_scripted.grammarId;
+    phrase->Rule.pszName = writer.place(m_scripted.ruleName);
+    phrase->Rule.ulId = m_scripted.ruleId;
+    phrase->Rule.ulCountOfElements = static_cast<ULONG>(m_scripted.elements.size());
+    phrase->Rule.SREngineConfidence = m_scripted.elements.empty() ? 0.0f : m_scripted.elements.front().engineConfidence;
 
-    for (std::size_t i = 0; i < m_spec.properties.size(); ++i) {
-        const PhraseProperty& source = m_spec.properties[i];
+    for (std::size_t i = 0; i < m_scripted.properties.size(); ++i) {
+        const PhraseProperty& source = m_scripted.properties[i];
         SPPHRASEPROPERTY& target = properties[i];
         target.pszName = writer.place(source.name);
         target.ulId = source.id;
         target.pszValue = writer.place(source.value);
         target.vValue.vt = VT_I4;
         target.vValue.lVal = source.number;
-        target.ulCountOfElements = static_cast<ULONG>(m_spec.elements.size());
-        target.pNextSibling = i + 1 < m_spec.properties.size() ? &properties[i + 1] : nullptr;
+        target.ulCountOfElements = static_cast<ULONG>(m_scripted.elements.size());
+        target.pNextSibling = i + 1 < m_scripted.properties.size() ? &properties[i + 1] : nullptr;
     }
-    phrase->pProperties = m_spec.properties.empty() ? nullptr : properties;
+    phrase->pProperties = m_scripted.properties.empty() ? nullptr : properties;
 
-    for (std::size_t i = 0; i < m_spec.elements.size(); ++i) {
-        const PhraseElement& source = m_spec.elements[i];
+    for (std::size_t i = 0; i < m_scripted.elements.size(); ++i) {
+        const PhraseElement& source = m_scripted.elements[i];
         SPPHRASEELEMENT& target = elements[i];
         target.pszDisplayText = writer.place(source.text);
         target.pszLexicalForm = writer.place(source.text);
@@ -108,7 +108,7 @@ SPPHRASE* FakeResult::buildPhrase() const
         target.ActualConfidence = source.requiredConfidence;
         target.SREngineConfidence = source.engineConfidence;
     }
-    phrase->pElements = m_spec.elements.empty() ? nullptr : elements;
+    phrase->pElements = m_scripted.elements.empty() ? nullptr : elements;
     return phrase;
 }
 
@@ -136,25 +136,25 @@ HRESULT FakeResult::GetText(ULONG ulStart, ULONG ulCount, BOOL fUseTextReplaceme
     *ppszCoMemText = nullptr;
     if (FAILED(result))
         return result;
-    *ppszCoMemText = coTaskMemText(m_spec.text);
+    *ppszCoMemText = coTaskMemText(m_scripted.text);
     return S_OK;
 }
 
 PhraseSpec commandPhrase(ULONGLONG grammarId, ULONG ruleId, LONG commandId, const std::string& text,
                          signed char requiredConfidence, float engineConfidence)
 {
-    PhraseSpec spec;
-    spec.grammarId = grammarId;
-    spec.ruleId = ruleId;
-    spec.ruleName = "rule";
-    spec.text = text;
-    spec.elements.push_back(PhraseElement{text, requiredConfidence, engineConfidence});
+    PhraseSpec scripted;
+    scripted.grammarId = grammarId;
+    scripted.ruleId = ruleId;
+    scripted.ruleName = "rule";
+    scripted.text = text;
+    scripted.elements.push_back(PhraseElement{text, requiredConfidence, engineConfidence});
     PhraseProperty property;
     property.id = ruleId;
     property.value = text;
     property.number = commandId;
-    spec.properties.push_back(property);
-    return spec;
+    scripted.properties.push_back(property);
+    return scripted;
 }
 
 }  // namespace SapiFakes

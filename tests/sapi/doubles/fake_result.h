@@ -37,8 +37,8 @@ struct PhraseSpec {
 // elements and strings), as SAPI does; GetText a CoTaskMemAlloc string.
 class FakeResult final : public FakeUnknown<ISpRecoResult> {
 public:
-    explicit FakeResult(PhraseSpec spec);
-    static KSR::ComPtr<FakeResult> make(PhraseSpec spec);
+    explicit FakeResult(PhraseSpec scripted);
+    static KSR::ComPtr<FakeResult> make(PhraseSpec scripted);
 
     std::string logName() const { return "Result"; }
 
@@ -64,7 +64,7 @@ protected:
 private:
     SPPHRASE* buildPhrase() const;
 
-    PhraseSpec m_spec;
+    PhraseSpec m_scripted;
 };
 
 // A command phrase of one element and one property, as the grammar builds
