@@ -150,6 +150,10 @@ protected:
     bool initActivationKeysGrammar();
 
 private:
+    // The activation-key grammar and its rule, read together under the lock;
+    // false when either is missing.
+    bool activationKeysRule(std::shared_ptr<KSR_VoskGrammar>& grammar, KSR::RuleId& ruleId);
+
     static constexpr std::size_t kFormattingCount = 22;
 
     // Calls collected while the lock is held and made after it is released.

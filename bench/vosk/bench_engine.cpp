@@ -30,6 +30,7 @@
 
 #include "clip_audio.h"
 #include "cpu_clock.h"
+#include "model_phrases.h"
 #include "engine_test_access.h"
 #include "vosk/vosk_c_api.h"
 #include "vosk_call_meter.h"
@@ -234,39 +235,9 @@ void overhead(const Clips& clips, double audioSeconds, std::size_t chunk, bool d
                     "(a as baseline)"});
 }
 
-// Words of the model (graph/words.txt) without the special symbols.
-std::vector<std::string> modelWords()
-{
-    std::ifstream file(kModel + "/graph/words.txt");
-    std::vector<std::string> words;
-    std::string line;
-    while (std::getline(file, line)) {
-        const std::string word = line.substr(0, line.find(' '));
-        if (!word.empty() && word[0] != '<' && word[0] != '#' && word[0] != '[')
-            words.push_back(word);
-    }
-    return words;
-}
-
-// `count` distinct phrases of two or three model words.
-std::vector<std::string> makePhrases(const std::vector<std::string>& words, std::size_t count)
-{
-    std::set<std::string> seen;
-    std::vector<std::string> phrases;
-    const std::size_t n = words.size();
-    for (std::size_t i = 0; phrases.size() < count; ++i) {
-        std::string phrase = words[i % n] + " " + words[(i * 7 + 3) % n];
-        if (i % 3 == 0)
-            phrase += " " + words[(i * 13 + 5) % n];
-        if (seen.insert(phrase).second)
-            phrases.push_back(phrase);
-    }
-    return phrases;
-}
-
 void rebuild(VoskModel* model, std::vector<Row>& rows)
 {
-    const std::vector<std::string> words = modelWords();
+    const std::vector<std::string> words = Bench::modelWords(kModel);
     Vosk::Engine engine;
     if (!engine.initialize(kModel))
         std::exit(1);
@@ -281,7 +252,7 @@ void rebuild(VoskModel* model, std::vector<Row>& rows)
     // Cheap enough for many runs, and short runs need them.
     const int runs = std::max(kRepetitions, 21);
     for (const std::size_t count : {10, 100, 1000}) {
-        const std::vector<std::string> phrases = makePhrases(words, count);
+        const std::vector<std::string> phrases = Bench::makePhrases(words, count);
         std::vector<double> engineTimes, engineOwn, plain, plainSwitch;
         for (int rep = 0; rep < runs; ++rep) {
             // A live recognizer of another grammar, as during listening.

@@ -29,7 +29,8 @@
 #include <string>
 #include <vector>
 
-#include "bench_clock.h"
+#include "cpu_clock.h"
+#include "model_phrases.h"
 #include "engine_test_access.h"
 #include "ksr_vosk_manager.h"
 #include "vosk/vosk_c_api.h"
@@ -53,35 +54,6 @@ class BenchManager : public KSR_VoskManager {
 public:
     using KSR_VoskManager::engine;
 };
-
-std::vector<std::string> modelWords()
-{
-    std::ifstream file(kModel + "/graph/words.txt");
-    std::vector<std::string> words;
-    std::string line;
-    while (std::getline(file, line)) {
-        const std::string word = line.substr(0, line.find(' '));
-        if (!word.empty() && word[0] != '<' && word[0] != '#' && word[0] != '[')
-            words.push_back(word);
-    }
-    return words;
-}
-
-// `count` distinct phrases of two or three model words.
-std::vector<std::string> makePhrases(const std::vector<std::string>& words, std::size_t count)
-{
-    std::set<std::string> seen;
-    std::vector<std::string> phrases;
-    const std::size_t n = words.size();
-    for (std::size_t i = 0; phrases.size() < count; ++i) {
-        std::string phrase = words[i % n] + " " + words[(i * 7 + 3) % n];
-        if (i % 3 == 0)
-            phrase += " " + words[(i * 13 + 5) % n];
-        if (seen.insert(phrase).second)
-            phrases.push_back(phrase);
-    }
-    return phrases;
-}
 
 std::vector<short> quietNoise(std::size_t samples)
 {
@@ -111,25 +83,25 @@ struct Row {
 // chunk its new command recognizer hears.
 double engineRebuild(Vosk::Engine& engine, const std::vector<std::string>& phrases, const Chunk& chunk)
 {
-    const double start = BenchClock::cpuSeconds();
+    const double start = Bench::cpuSeconds();
     engine.setActivated(false);
     engine.setCommandsList(phrases);
     engine.setActivated(true);
     engine.processAudio(chunk.data(), chunk.bytes());
     engine.processAudio(chunk.data(), chunk.bytes());
-    return BenchClock::cpuSeconds() - start;
+    return Bench::cpuSeconds() - start;
 }
 
 // The plain rebuild: a recognizer made from `grammar` hearing its first chunk.
 double plainRebuild(VoskModel* model, const std::string& grammar, const Chunk& chunk, double* buildOnly)
 {
-    const double start = BenchClock::cpuSeconds();
+    const double start = Bench::cpuSeconds();
     VoskRecognizer* recognizer = vosk_recognizer_new_grm(model, 16000.0f, grammar.c_str());
-    const double built = BenchClock::cpuSeconds();
+    const double built = Bench::cpuSeconds();
     vosk_recognizer_set_words(recognizer, 1);
     vosk_recognizer_accept_waveform(recognizer, chunk.data(), chunk.bytes());
     g_sink = g_sink + std::string(vosk_recognizer_partial_result(recognizer)).size();
-    const double end = BenchClock::cpuSeconds();
+    const double end = Bench::cpuSeconds();
     vosk_recognizer_free(recognizer);
     if (buildOnly)
         *buildOnly = built - start;
@@ -153,7 +125,7 @@ void scale(VoskModel* model, const std::vector<std::string>& words, std::size_t 
     }
     // The dictation grammar gives the engine its literal keyword; it stays off.
     manager.addDictationGrammar("");
-    const std::vector<std::string> phrases = makePhrases(words, count + 1);
+    const std::vector<std::string> phrases = Bench::makePhrases(words, count + 1);
     KSR::RuleId firstRule = KSR::InvalidRuleId;
     for (std::size_t i = 0; i < count; i += kCommandsPerGrammar) {
         const KSR::GrammarId grammar = manager.addCommandGrammar("");
@@ -184,23 +156,23 @@ void scale(VoskModel* model, const std::vector<std::string>& words, std::size_t 
     for (int rep = 0; rep < kRepetitions + 1; ++rep) {
         // 1 and 2: a stopped manager that still holds its last recognizer.
         manager.stopRecognizing();
-        const double startBegin = BenchClock::cpuSeconds();
+        const double startBegin = Bench::cpuSeconds();
         manager.startRecognizing();
-        const double startListed = BenchClock::cpuSeconds();
+        const double startListed = Bench::cpuSeconds();
         manager.processAudio(chunk.data(), chunk.bytes());
         manager.processAudio(chunk.data(), chunk.bytes());
-        const double startHeard = BenchClock::cpuSeconds();
+        const double startHeard = Bench::cpuSeconds();
         requireRecognizer(manager, "startRecognizing");
         const std::string startGrammar = Vosk::EngineTestAccess::commandsPhrases(*manager.engine());
         const double plainStart = plainRebuild(model, startGrammar, chunk, nullptr);
 
         // 3: one command added while listening.
         manager.processAudio(chunk.data(), chunk.bytes());
-        const double addBegin = BenchClock::cpuSeconds();
+        const double addBegin = Bench::cpuSeconds();
         const KSR::CommandId id = manager.addCommand(firstRule, extra);
         manager.processAudio(chunk.data(), chunk.bytes());
         manager.processAudio(chunk.data(), chunk.bytes());
-        const double addHeard = BenchClock::cpuSeconds();
+        const double addHeard = Bench::cpuSeconds();
         requireRecognizer(manager, "addCommand");
         const std::string addGrammar = Vosk::EngineTestAccess::commandsPhrases(*manager.engine());
         if (id < 0 || addGrammar.find("\"" + extra + "\"") == std::string::npos) {
@@ -231,15 +203,15 @@ void scale(VoskModel* model, const std::vector<std::string>& words, std::size_t 
     const std::string n = std::to_string(count) + " commands, " +
                           std::to_string((count + kCommandsPerGrammar - 1) / kCommandsPerGrammar) + " grammars";
     const double ms = 1000.0;
-    const double engineMs = BenchClock::median(engineAdd) * ms;
-    rows.push_back({n + ": startRecognizing, list only", BenchClock::median(startPlain) * ms, 0,
-                    BenchClock::median(startOnly) * ms, "(share of a plain rebuild)"});
-    rows.push_back({n + ": startRecognizing to first chunk", BenchClock::median(startPlain) * ms, 0,
-                    BenchClock::median(startToChunk) * ms, "b/a <= 1.10"});
-    rows.push_back({n + ": addCommand while listening", BenchClock::median(addPlain) * ms, engineMs,
-                    BenchClock::median(addToChunk) * ms, "b/a <= 1.10"});
-    rows.push_back({n + ": addCommand vs new_grm alone", BenchClock::median(addPlainBuild) * ms, engineMs,
-                    BenchClock::median(addToChunk) * ms, "(recognizer build only)"});
+    const double engineMs = Bench::median(engineAdd) * ms;
+    rows.push_back({n + ": startRecognizing, list only", Bench::median(startPlain) * ms, 0,
+                    Bench::median(startOnly) * ms, "(share of a plain rebuild)"});
+    rows.push_back({n + ": startRecognizing to first chunk", Bench::median(startPlain) * ms, 0,
+                    Bench::median(startToChunk) * ms, "b/a <= 1.10"});
+    rows.push_back({n + ": addCommand while listening", Bench::median(addPlain) * ms, engineMs,
+                    Bench::median(addToChunk) * ms, "b/a <= 1.10"});
+    rows.push_back({n + ": addCommand vs new_grm alone", Bench::median(addPlainBuild) * ms, engineMs,
+                    Bench::median(addToChunk) * ms, "(recognizer build only)"});
 }
 
 }  // namespace
@@ -252,7 +224,7 @@ int main()
         std::fprintf(stderr, "cannot open the model %s\n", kModel.c_str());
         return 1;
     }
-    const std::vector<std::string> words = modelWords();
+    const std::vector<std::string> words = Bench::modelWords(kModel);
     std::vector<Row> rows;
     for (const std::size_t count : {10, 100, 1000})
         scale(model, words, count, rows);

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "bench_clock.h"
+#include "cpu_clock.h"
 #include "ksr_types.h"
 #include "vosk_manager/ksr_numeral_converter.h"
 
@@ -72,12 +72,12 @@ std::string splitAndJoin(const std::string& text)
 template <typename F>
 double timeCorpus(const std::vector<std::string>& corpus, F convert)
 {
-    const double start = BenchClock::cpuSeconds();
+    const double start = Bench::cpuSeconds();
     std::size_t total = 0;
     for (const std::string& sentence : corpus)
         total += convert(sentence).size();
     g_sink = g_sink + total;
-    return BenchClock::cpuSeconds() - start;
+    return Bench::cpuSeconds() - start;
 }
 
 }  // namespace
@@ -96,8 +96,8 @@ int main()
         baseline.push_back(timeCorpus(corpus, splitAndJoin));
         converted.push_back(timeCorpus(corpus, [&converter](const std::string& s) { return converter.convertText(s); }));
     }
-    const double a = BenchClock::median(baseline);
-    const double b = BenchClock::median(converted);
+    const double a = Bench::median(baseline);
+    const double b = Bench::median(converted);
 
     std::printf("Spoken-number converter: %zu sentences, %zu words, median of %d runs, CPU time\n", corpus.size(),
                 words, kRepetitions);

@@ -105,18 +105,21 @@ bool KSR_VoskManager::initActivationKeysGrammar()
     return ruleId != KSR::InvalidRuleId;
 }
 
+bool KSR_VoskManager::activationKeysRule(std::shared_ptr<KSR_VoskGrammar>& grammar, KSR::RuleId& ruleId)
+{
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    grammar = m_activationKeysGrammar;
+    ruleId = m_activationKeysRuleId;
+    return grammar && ruleId != KSR::InvalidRuleId;
+}
+
 bool KSR_VoskManager::setActivationKey(std::shared_ptr<KSR_VoskGrammar> grammar, const std::string& key)
 {
     if (!grammar || grammar->id() == KSR::InvalidGrammarId)
         return false;
     std::shared_ptr<KSR_VoskGrammar> keys;
     KSR::RuleId keysRuleId;
-    {
-        std::lock_guard<std::recursive_mutex> lock(m_mutex);
-        keys = m_activationKeysGrammar;
-        keysRuleId = m_activationKeysRuleId;
-    }
-    if (!keys || keysRuleId == KSR::InvalidRuleId)
+    if (!activationKeysRule(keys, keysRuleId))
         return false;
 
     const std::string lowered = KSR::toLowerAscii(key);
@@ -153,12 +156,7 @@ bool KSR_VoskManager::removeActivationKey(const std::string& key)
 {
     std::shared_ptr<KSR_VoskGrammar> keys;
     KSR::RuleId keysRuleId;
-    {
-        std::lock_guard<std::recursive_mutex> lock(m_mutex);
-        keys = m_activationKeysGrammar;
-        keysRuleId = m_activationKeysRuleId;
-    }
-    if (!keys || keysRuleId == KSR::InvalidRuleId)
+    if (!activationKeysRule(keys, keysRuleId))
         return false;
     const std::shared_ptr<KSR_VoskGrammar::CommandInfo> command = keys->getCommand(keysRuleId, key);
     if (!command)

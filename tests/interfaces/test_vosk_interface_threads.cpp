@@ -25,6 +25,7 @@
 #include <random>
 #include <thread>
 
+#include "watchdog.h"
 #include "../vosk_manager/manager_fixture.h"
 #include "interface_test_support.h"
 #include "test_data.h"
@@ -48,35 +49,6 @@ using FakeVosk::Step;
 using Clock = std::chrono::steady_clock;
 
 namespace {
-
-class Watchdog {
-public:
-    explicit Watchdog(std::chrono::seconds limit)
-        : m_thread([this, limit] {
-            std::unique_lock<std::mutex> lock(m_mutex);
-            if (!m_done.wait_for(lock, limit, [this] { return m_finished; })) {
-                std::cerr << "interface threads did not finish within the time limit: deadlock" << std::endl;
-                std::abort();
-            }
-        })
-    {
-    }
-    ~Watchdog()
-    {
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_finished = true;
-        }
-        m_done.notify_all();
-        m_thread.join();
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_done;
-    bool m_finished = false;
-    std::thread m_thread;
-};
 
 const std::chrono::milliseconds kBudget(2500);
 
@@ -145,7 +117,7 @@ TEST(VoskInterfaceThreads, HostChangesEverythingWhileTheWorkerRecognizes)
         return !device.empty();
     });
 
-    Watchdog watchdog(std::chrono::seconds(120));
+    Watchdog watchdog(std::chrono::seconds(120), "interface threads");
     iface.start();
     ASSERT_TRUE(waitFor([&] { return iface.isActive() && commandBytesFed() > 0; }, 10000))
         << "no audio reached the engine";

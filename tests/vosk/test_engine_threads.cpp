@@ -14,6 +14,7 @@
 #include <mutex>
 #include <thread>
 
+#include "watchdog.h"
 #include "engine_test_access.h"
 #include "fake_vosk.h"
 #include "log_capture.h"
@@ -39,37 +40,6 @@ std::string sure(const std::string& text)
 }
 
 std::string weak(const std::string& text) { return "{\"result\" : [{\"conf\" : 0.5}], \"text\" : \"" + text + "\"}"; }
-
-// Fails the test and ends the process when `done` is not reached in time, so
-// that a deadlock shows as a failure instead of a hung test run.
-class Watchdog {
-public:
-    explicit Watchdog(std::chrono::seconds limit)
-        : m_thread([this, limit] {
-            std::unique_lock<std::mutex> lock(m_mutex);
-            if (!m_done.wait_for(lock, limit, [this] { return m_finished; })) {
-                std::cerr << "engine threads did not finish within the time limit: deadlock" << std::endl;
-                std::abort();
-            }
-        })
-    {
-    }
-    ~Watchdog()
-    {
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_finished = true;
-        }
-        m_done.notify_all();
-        m_thread.join();
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_done;
-    bool m_finished = false;
-    std::thread m_thread;
-};
 
 const Strings kListA{"open file", "close", "north"};
 const Strings kListB{"save file", "north", "go back", "zoom in"};
@@ -143,7 +113,7 @@ protected:
 
 TEST_F(EngineThreads, HostChangesEveryInputWhileTheWorkerFeedsAudio)
 {
-    Watchdog watchdog(std::chrono::seconds(60));
+    Watchdog watchdog(std::chrono::seconds(60), "engine threads");
     registerReentrantFunctions();
     std::atomic<bool> stop{false};
     std::thread worker([&] { feedUntil(stop); });
@@ -195,7 +165,7 @@ TEST_F(EngineThreads, HostChangesEveryInputWhileTheWorkerFeedsAudio)
 
 TEST_F(EngineThreads, LastGrammarOfTheHostWinsOnceTheWorkerCatchesUp)
 {
-    Watchdog watchdog(std::chrono::seconds(60));
+    Watchdog watchdog(std::chrono::seconds(60), "engine threads");
     // No re-entrant grammar changes here: only the host changes the list.
     engine.setCommandRecognizedFunction([this](const std::string&, KSR::RecognitionState) { ++commands; });
     engine.setDictationRecognizedFunction([this](std::string&, KSR::RecognitionState) { ++dictated; });
@@ -226,7 +196,7 @@ TEST_F(EngineThreads, LastGrammarOfTheHostWinsOnceTheWorkerCatchesUp)
 
 TEST_F(EngineThreads, FunctionsAreReplacedWhileTheWorkerCallsThem)
 {
-    Watchdog watchdog(std::chrono::seconds(60));
+    Watchdog watchdog(std::chrono::seconds(60), "engine threads");
     std::atomic<bool> stop{false};
     std::thread worker([&] { feedUntil(stop); });
     for (int i = 0; i < 5000; ++i) {

@@ -12,6 +12,7 @@
 #include <random>
 #include <thread>
 
+#include "watchdog.h"
 #include "manager_fixture.h"
 
 using FakeVosk::Kind;
@@ -19,37 +20,6 @@ using FakeVosk::Step;
 using Clock = std::chrono::steady_clock;
 
 namespace {
-
-// Ends the process when the threads do not finish in time, so that a
-// deadlock shows as a failure rather than a hung run.
-class Watchdog {
-public:
-    explicit Watchdog(std::chrono::seconds limit)
-        : m_thread([this, limit] {
-            std::unique_lock<std::mutex> lock(m_mutex);
-            if (!m_done.wait_for(lock, limit, [this] { return m_finished; })) {
-                std::cerr << "manager threads did not finish within the time limit: deadlock" << std::endl;
-                std::abort();
-            }
-        })
-    {
-    }
-    ~Watchdog()
-    {
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_finished = true;
-        }
-        m_done.notify_all();
-        m_thread.join();
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_done;
-    bool m_finished = false;
-    std::thread m_thread;
-};
 
 const std::chrono::milliseconds kBudget(2500);
 const int kHostOperations = 4000;
@@ -109,7 +79,7 @@ TEST_F(ManagerTest, HostChangesEverythingWhileAudioIsProcessed)
     manager->startRecognizing();
     const std::shared_ptr<KSR_VoskGrammar> heldByHost = manager->getGrammar(b);
 
-    Watchdog watchdog(std::chrono::seconds(60));
+    Watchdog watchdog(std::chrono::seconds(60), "manager threads");
     const Clock::time_point start = Clock::now();
     std::atomic<bool> hostDone{false};
     std::atomic<int> chunksFed{0};
