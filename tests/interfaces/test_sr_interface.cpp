@@ -7,6 +7,7 @@
 
 #include <atomic>
 
+#include "interface_test_support.h"
 #include "k_sr_interface.h"
 
 namespace {
@@ -54,17 +55,6 @@ public:
     std::atomic<bool> release{false};
 };
 
-template <typename Predicate>
-bool waitFor(Predicate predicate, int ms = 5000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!predicate() && timer.elapsed() < ms) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(1);
-    }
-    return predicate();
-}
 
 }  // namespace
 

@@ -35,6 +35,17 @@ void key(Writer& writer, const char* name, const std::string& value)
     writer.String(value.c_str(), static_cast<rapidjson::SizeType>(value.size()));
 }
 
+// The grammar, rule and command ids of a result.
+void ids(Writer& writer, const KSR::SRData& data)
+{
+    writer.Key("grammar");
+    writer.Uint64(data.grammarId);
+    writer.Key("rule");
+    writer.Uint(data.ruleId);
+    writer.Key("command");
+    writer.Int(data.commandId);
+}
+
 }  // namespace
 
 EventPrinter::EventPrinter(K_VoskInterface& recognizer, const GrammarNames& names, bool json, bool hypotheses,
@@ -113,12 +124,7 @@ void EventPrinter::result(const KSR::SRData& data)
         emitLine(m_json ? jsonLine("format",
                                    [&](Writer& w) {
                                        key(w, "text", data.text);
-                                       w.Key("grammar");
-                                       w.Uint64(data.grammarId);
-                                       w.Key("rule");
-                                       w.Uint(data.ruleId);
-                                       w.Key("command");
-                                       w.Int(data.commandId);
+                                       ids(w, data);
                                    })
                         : "format      " + quoted(data.text) + "  command " + std::to_string(data.commandId));
     } else {
@@ -149,12 +155,7 @@ void EventPrinter::hypothesis(const KSR::SRData& data)
     emitLine(m_json ? jsonLine("hypothesis",
                                [&](Writer& w) {
                                    key(w, "text", data.text);
-                                   w.Key("grammar");
-                                   w.Uint64(data.grammarId);
-                                   w.Key("rule");
-                                   w.Uint(data.ruleId);
-                                   w.Key("command");
-                                   w.Int(data.commandId);
+                                   ids(w, data);
                                })
                     : "hypothesis  " + quoted(data.text));
 }
