@@ -71,11 +71,10 @@ run_ctest build-asan
 unset ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS
 
 if [ "${KSR_TEST_QUICK:-0}" != "1" ]; then
-  export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+  # The ThreadSanitizer options and suppressions come with the tests (tests/CMakeLists.txt).
   configure_and_build build-tsan --target ksr_thread_tests -- -DKSR_SANITIZE=thread \
     -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF "${SAN_FLAGS[@]}"
   run_ctest build-tsan -L threads
-  unset TSAN_OPTIONS
 
   for extra in scripts/test.d/*.sh; do
     [ -e "$extra" ] || continue

@@ -33,6 +33,8 @@ public:
         }
     }
     void speechRecognitionEnded() override { ++ended; }
+    // Ends the loop as a back end's own failure would.
+    void stopLoop() { active = false; }
 
     std::atomic<int> started{0};
     std::atomic<int> ended{0};
@@ -146,6 +148,32 @@ TEST(SRInterface, SignalsCrossToTheHostThreadWithTheirRecords)
     EXPECT_EQ(failures.count(), 1);
     EXPECT_EQ(grammars.at(0).at(0).value<KSR::GrammarId>(), 102U);
     EXPECT_TRUE(grammars.at(0).at(1).toBool());
+}
+
+// The worker thread may end before the host stops it (here it is told to
+// quit); stop() and the destructor must then neither wait nor touch the
+// finished thread beyond deleting it.
+TEST(SRInterface, AThreadThatEndedOnItsOwnIsStoppedAndDeletedAtOnce)
+{
+    QPointer<QThread> worker;
+    {
+        LoopingInterface iface(nullptr);
+        worker = iface.workerThread();
+        iface.start();
+        ASSERT_TRUE(waitFor([&] { return iface.isActive(); }));
+        iface.stopLoop();
+        worker->quit();
+        ASSERT_TRUE(waitFor([&] { return worker->isFinished(); }));
+        // Let the thread run past its last wake-up of waiters.
+        QThread::msleep(50);
+        EXPECT_EQ(iface.ended, 1);
+        QElapsedTimer timer;
+        timer.start();
+        iface.stop();
+        EXPECT_LT(timer.elapsed(), 1000);
+        EXPECT_FALSE(iface.isActive());
+    }
+    EXPECT_TRUE(worker.isNull());  // an interface without a parent owns its thread
 }
 
 TEST(SRInterface, BaseDialogsAreNotSupported)
