@@ -43,19 +43,12 @@ protected:
     LogCapture log;
 };
 
-// The calls of a successful in-process set-up, from the recognizer's
-// creation to the context's interest.
-inline std::vector<std::string> inprocSetupCalls(const std::string& tokenId)
+// The calls every successful set-up ends with, once a recognizer exists:
+// its status and thresholds, then the context with its notification and
+// interest.
+inline std::vector<std::string> contextSetupCalls()
 {
     return {
-        "CoCreateInstance(SpInprocRecognizer)",
-        "CoCreateInstance(SpObjectTokenCategory)",
-        "TokenCategory.SetId(HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Speech\\AudioInput, 1)",
-        "TokenCategory.GetDefaultTokenId",
-        "CoCreateInstance(SpObjectToken)",
-        "Token.SetId(null, " + tokenId + ", 0)",
-        "Recognizer.SetInput(token " + tokenId + ", 1)",
-        "TokenCategory destroyed",
         "Recognizer.GetStatus",
         "Recognizer.GetPropertyNum(LowConfidenceThreshold)",
         "Recognizer.GetPropertyNum(NormalConfidenceThreshold)",
@@ -65,6 +58,25 @@ inline std::vector<std::string> inprocSetupCalls(const std::string& tokenId)
         "Context.GetNotifyEventHandle",
         "Context.SetInterest(0x258e240000000, 0x258e240000000)",
     };
+}
+
+// The calls of a successful in-process set-up, from the recognizer's
+// creation to the context's interest.
+inline std::vector<std::string> inprocSetupCalls(const std::string& tokenId)
+{
+    std::vector<std::string> calls = {
+        "CoCreateInstance(SpInprocRecognizer)",
+        "CoCreateInstance(SpObjectTokenCategory)",
+        "TokenCategory.SetId(HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Speech\\AudioInput, 1)",
+        "TokenCategory.GetDefaultTokenId",
+        "CoCreateInstance(SpObjectToken)",
+        "Token.SetId(null, " + tokenId + ", 0)",
+        "Recognizer.SetInput(token " + tokenId + ", 1)",
+        "TokenCategory destroyed",
+    };
+    const std::vector<std::string> tail = contextSetupCalls();
+    calls.insert(calls.end(), tail.begin(), tail.end());
+    return calls;
 }
 
 #endif

@@ -42,17 +42,9 @@ TEST_F(EngineSetup, SharedRecognizerKeepsTheSystemsAudioInput)
 {
     KSR_Engine engine(true);
     EXPECT_TRUE(engine.initialize());
-    const std::vector<std::string> expected = {
-        "CoCreateInstance(SpSharedRecognizer)",
-        "Recognizer.GetStatus",
-        "Recognizer.GetPropertyNum(LowConfidenceThreshold)",
-        "Recognizer.GetPropertyNum(NormalConfidenceThreshold)",
-        "Recognizer.GetPropertyNum(NormalConfidenceThreshold)",
-        "Recognizer.CreateRecoContext",
-        "Context.SetNotifyWin32Event",
-        "Context.GetNotifyEventHandle",
-        "Context.SetInterest(0x258e240000000, 0x258e240000000)",
-    };
+    std::vector<std::string> expected = {"CoCreateInstance(SpSharedRecognizer)"};
+    const std::vector<std::string> tail = contextSetupCalls();
+    expected.insert(expected.end(), tail.begin(), tail.end());
     EXPECT_EQ(calls(), expected);
     EXPECT_TRUE(world.recognizer()->isShared());
     EXPECT_FALSE(world.recognizer()->hasInput());
