@@ -21,7 +21,9 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
 
+# Through a wrapper that starts the program again when Wine failed to start
+# it (see the script).
 find_program(KSR_WINE wine)
 if(KSR_WINE)
-  set(CMAKE_CROSSCOMPILING_EMULATOR ${KSR_WINE})
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine_run.sh)
 endif()
