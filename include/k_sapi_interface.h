@@ -33,7 +33,7 @@ public:
     // The native handle of the parent's top-level window; 0 without parent.
     WId hostWindow() const { return m_hostWindow; }
 
-public slots:
+    // The worker thread's loop and its end (slots of K_SRInterface).
     void speechRecognitionStarted() override;
     void speechRecognitionEnded() override;
 

@@ -44,23 +44,28 @@ KSR_EXPORT std::string resourceDir();
 //
 // start() runs the capture loop in the worker thread: the microphone is read
 // and resampled to mono 16-bit at the model's rate and every chunk goes to
-// the Vosk engine. The loop polls the capture device without sleeping, so
-// the worker thread keeps one processor busy while listening. stop() ends it.
+// the Vosk engine. stop() ends it. By default the loop polls the capture
+// device without sleeping, so the worker thread keeps one processor busy
+// while listening; paced listening (setListeningPace) waits instead and also
+// survives a lost microphone.
 //
-// Threads: the host thread may call any manager operation while the worker
-// recognizes. Results, hypotheses, failures and grammar and mode changes are
-// emitted from the worker thread: call K_SRInterface::registerKSRTypes()
-// and connect (queued, the default) to receivers on the host thread.
-// The object itself lives in the worker thread, whose loop leaves no room
-// for queued calls: call openMicrophoneSetup() and the two microphone slots
-// from the host thread, directly or through Qt::DirectConnection. They stop
-// the worker before touching the microphone and restart it afterwards.
+// Threads: the object lives in the thread that created it (see
+// K_SRInterface). The host thread may call any manager operation while the
+// worker recognizes. Results, hypotheses, failures, grammar and mode changes
+// and the microphone's loss and return are emitted from the worker thread:
+// call K_SRInterface::registerKSRTypes() and connect (queued, the default)
+// to receivers on the host thread. openMicrophoneSetup() and the two
+// microphone slots run in the host thread (directly or queued there); they
+// stop the worker before touching the microphone and restart it afterwards.
 class KSR_EXPORT K_VoskInterface : public K_SRInterface, public KSR_VoskManager {
     Q_OBJECT
 public:
     // The host's microphone dialog: shows `device` and `frequency` (hertz),
     // writes the user's choice back into them and answers whether to apply it.
     using MicrophoneSetupFunction = std::function<bool(K_VoskInterface*, std::string& device, int& frequency)>;
+
+    // A listening pace that keeps audio flowing in 10 ms frames.
+    static constexpr int RecommendedListeningPace = 10;
 
     explicit K_VoskInterface(QWidget* parent);
     ~K_VoskInterface() override;
@@ -72,6 +77,25 @@ public:
     // The capture device names, in the order the audio system gives them.
     std::list<std::string> availableMicrophones() const;
     void setMicrophoneSetupFunction(const MicrophoneSetupFunction& function);
+
+    // Paced listening, a host setting. 0 (the default) polls the microphone
+    // without ever waiting. A pace of N milliseconds (RecommendedListeningPace
+    // is 10) lets a pass of the capture loop that finds less than one 10 ms
+    // frame waiting wait until the next frame is due, never longer than N ms,
+    // so that listening to silence costs almost nothing. stop() still ends
+    // the loop at once. Paced listening also notices a lost microphone
+    // (microphoneDisconnected), keeps retrying it about once a second while
+    // listening, and resumes with the same device and rates when it is back
+    // (microphoneReconnected); a microphone that cannot be opened when
+    // listening starts takes the same path. Thread-safe; a listening worker
+    // follows a change at its next pass. Negative values count as 0.
+    void setListeningPace(int milliseconds);
+    int listeningPace() const;
+
+    // The acoustic model folder that construction found (empty when none),
+    // and why no model is in use (empty when one is), for a host to show.
+    std::string acousticModelPath() const;
+    std::string acousticModelProblem() const;
 
     // Stops a running interface, asks the host function and applies its
     // answer (emitting microphoneDeviceChanged and microphoneFrequencyChanged),
@@ -102,6 +126,12 @@ signals:
     void capitalsModeActivated(bool activated);
     void microphoneDeviceChanged(QString device);
     void microphoneFrequencyChanged(int frequency);
+    // Paced listening only: the microphone `device` was lost (or could not be
+    // opened when listening started); the recognizers dropped what they had
+    // heard and the device is tried again about once a second.
+    void microphoneDisconnected(QString device);
+    // Paced listening only: `device` is open again and listening goes on.
+    void microphoneReconnected(QString device);
 
 protected:
     virtual void dictationChanged(bool activated);
@@ -113,6 +143,8 @@ protected:
     AudioDevice* audioDevice() const;
 
 private:
+    friend class CaptureRun;
+
     std::string findModelPath();
     void readSampleFrequency(const QString& configFile);
     void bindManagerCallbacks();
@@ -122,6 +154,9 @@ private:
 
     MicrophoneSetupFunction microphoneSetupFunction;
     std::unique_ptr<AudioDevice> audio;
+    std::atomic<int> m_listeningPace;
+    std::string m_modelPath;
+    std::string m_modelProblem;
     // False from the thread's finish until the next start has either entered
     // the capture loop or declined to; covers the moment between start()
     // and the loop setting `active`.

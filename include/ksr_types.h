@@ -12,7 +12,16 @@
 namespace KSR {
 
 using GrammarId = unsigned long long;  // 64-bit on every platform; counter from 100
-using RuleId = std::uint32_t;     // process-wide counter from 10, shared by all grammars
+// Rule ids: a process-wide counter from 10, shared by all grammars; 32 bits
+// wide everywhere. On Windows, the module's home, that is `unsigned long`,
+// the type Qt registers as QMetaType::ULong; elsewhere `unsigned long` is
+// 64 bits wide, so the 32-bit unsigned int stands in.
+#if defined(_WIN32)
+using RuleId = unsigned long;
+#else
+using RuleId = std::uint32_t;
+#endif
+static_assert(sizeof(RuleId) == 4, "rule ids are 32 bits wide");
 using CommandId = std::int32_t;   // per rule, from 0
 
 // All bits set means "none" / "invalid" for every identifier.

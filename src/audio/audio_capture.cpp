@@ -1,6 +1,7 @@
 // AudioDevice: opening, draining and closing the capture device.
 
 #include <AL/al.h>
+#include <AL/alext.h>
 
 #include <new>
 
@@ -53,7 +54,11 @@ int captureBufferFrameBytes(int captureFormat, int outputFormat)
 
 }  // namespace
 
-bool AudioDevice::startCapture()
+bool AudioDevice::startCapture() { return openCapture(true); }
+
+bool AudioDevice::retryCapture() { return openCapture(false); }
+
+bool AudioDevice::openCapture(bool logOpenFailure)
 {
     if (mp_captureDevice && !stopCapture())
         return false;
@@ -77,7 +82,8 @@ bool AudioDevice::startCapture()
                                             captureHertz / 2);
     const ALCenum openError = alcGetError(mp_captureDevice);
     if (!mp_captureDevice || openError != ALC_NO_ERROR) {
-        audioLog("Could not open capturing device: %x\n", openError);
+        if (logOpenFailure)
+            audioLog("Could not open capturing device: %x\n", openError);
         if (mp_captureDevice)
             alcCaptureCloseDevice(mp_captureDevice);
         mp_captureDevice = nullptr;
@@ -90,7 +96,28 @@ bool AudioDevice::startCapture()
         audioLog("Could not start capturing device: %x\n", startError);
         return false;
     }
+    m_captureReportsConnection = alcIsExtensionPresent(mp_captureDevice, "ALC_EXT_disconnect") == ALC_TRUE;
     return true;
+}
+
+bool AudioDevice::isCaptureConnected() const
+{
+    if (!mp_captureDevice)
+        return false;
+    if (!m_captureReportsConnection)
+        return true;
+    ALCint connected = ALC_TRUE;
+    alcGetIntegerv(mp_captureDevice, ALC_CONNECTED, 1, &connected);
+    return connected != ALC_FALSE;
+}
+
+int AudioDevice::waitingSamples() const
+{
+    if (!mp_captureDevice)
+        return 0;
+    ALCint waiting = 0;
+    alcGetIntegerv(mp_captureDevice, ALC_CAPTURE_SAMPLES, 1, &waiting);
+    return waiting;
 }
 
 // A fresh resampler for each capture: capture side in, output side out,

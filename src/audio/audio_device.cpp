@@ -24,7 +24,8 @@ AudioDevice::AudioDevice()
       m_outputRate(AudioFormats::Rate44100),
       m_playbackFormat(AL_FORMAT_MONO16),
       m_playbackRate(AudioFormats::Rate44100),
-      m_resampling(false)
+      m_resampling(false),
+      m_captureReportsConnection(false)
 {
     openOutput();
 }

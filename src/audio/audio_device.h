@@ -60,7 +60,18 @@ public:
 
     bool isCapturing() const;
     bool startCapture();
+    // startCapture for a retry: a device that cannot be opened (yet) is not
+    // logged, so that a retry once a second does not fill the log.
+    bool retryCapture();
     bool stopCapture();
+    // False once the open capture device was lost (its audio server went
+    // away, or the source was removed), as OpenAL reports it through
+    // ALC_EXT_disconnect; a device without that extension counts as
+    // connected. False when no capture device is open.
+    bool isCaptureConnected() const;
+    // Sample frames the capture device holds, at the capture rate (0 when
+    // none is open).
+    int waitingSamples() const;
     // Drains every waiting sample frame and returns the buffer that holds
     // them (resampled when resampling is on), valid until the next read or
     // stop. Null when nothing was waiting; readBytes() then still reports
@@ -79,6 +90,7 @@ private:
     void openOutput();
     void setUpListener();
     void keepListenerContextCurrent();
+    bool openCapture(bool logOpenFailure);
     bool setUpResampler();
     bool resample(int frames);
     std::list<std::string> deviceList(ALCenum which) const;
@@ -101,6 +113,8 @@ private:
     std::string m_captureDeviceName;
     std::unique_ptr<AudioResampler> mp_resampler;
     bool m_resampling;
+    // The open capture device reports its connection (ALC_EXT_disconnect).
+    bool m_captureReportsConnection;
 };
 
 #endif

@@ -44,11 +44,13 @@ void K_SapiInterface::speechRecognitionStarted()
     KSR_Engine* sapiEngine = engine();
     if (!sapiEngine)
         return;
-    sapiEngine->setEngineActivated(true);
+    const bool recognizerOn = sapiEngine->setEngineActivated(true);
     if (const std::shared_ptr<KSR_Grammar> keys = activationKeysGrammar())
         keys->setActivated(true);
     if (!beginLoop())  // stopped while the thread was starting
         return;
+    if (recognizerOn)
+        listeningBegan();
     while (active)
         sapiEngine->processSREvents();
 }
@@ -65,15 +67,15 @@ void K_SapiInterface::speechRecognitionEnded()
 
 void K_SapiInterface::processRecognition(KSR::SRData data)
 {
-    emit recognitionResult(data);
+    reportResult(data);
 }
 
 void K_SapiInterface::processRecognitionFailed()
 {
-    emit recognitionFailed();
+    reportFailure();
 }
 
 void K_SapiInterface::processHypothesis(KSR::SRData data)
 {
-    emit hypothesisResult(data);
+    reportHypothesis(data);
 }

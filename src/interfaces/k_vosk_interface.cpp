@@ -13,7 +13,11 @@ const int kModelFrequency = 16000;
 }  // namespace
 
 K_VoskInterface::K_VoskInterface(QWidget* parent)
-    : K_SRInterface(parent), KSR_VoskManager(), audio(new AudioDevice), m_startSettled(false)
+    : K_SRInterface(parent)
+    , KSR_VoskManager()
+    , audio(new AudioDevice)
+    , m_listeningPace(0)
+    , m_startSettled(false)
 {
     // The recognizer takes mono 16-bit audio at the model's rate, whatever
     // the microphone delivers.
@@ -21,9 +25,11 @@ K_VoskInterface::K_VoskInterface(QWidget* parent)
     audio->setChannels(true, 0);
     audio->setFrequency(true, kModelFrequency);
 
-    const std::string path = findModelPath();
-    if (KSR_VoskManager::initialize(path))
+    m_modelPath = findModelPath();
+    if (KSR_VoskManager::initialize(m_modelPath))
         bindManagerCallbacks();
+    else if (!m_modelPath.empty())
+        m_modelProblem = "the acoustic model at \"" + m_modelPath + "\" could not be loaded";
 }
 
 // The worker goes first: it is the only other user of the microphone and
@@ -61,11 +67,15 @@ bool K_VoskInterface::openVoiceTraining() { return false; }
 
 AudioDevice* K_VoskInterface::audioDevice() const { return audio.get(); }
 
-void K_VoskInterface::processRecognition(KSR::SRData data) { emit recognitionResult(data); }
+void K_VoskInterface::processRecognition(KSR::SRData data) { reportResult(data); }
 
-void K_VoskInterface::processRecognitionFailed() { emit recognitionFailed(); }
+void K_VoskInterface::processRecognitionFailed() { reportFailure(); }
 
-void K_VoskInterface::processHypothesis(KSR::SRData data) { emit hypothesisResult(data); }
+void K_VoskInterface::processHypothesis(KSR::SRData data) { reportHypothesis(data); }
+
+void K_VoskInterface::setListeningPace(int milliseconds) { m_listeningPace = milliseconds > 0 ? milliseconds : 0; }
+
+int K_VoskInterface::listeningPace() const { return m_listeningPace; }
 
 void K_VoskInterface::dictationChanged(bool activated) { emit dictationActivated(activated); }
 

@@ -50,23 +50,35 @@ QString featureConfig(const QString& modelPath)
 
 }  // namespace
 
+// Also records, for acousticModelProblem(), why no folder was taken.
 std::string K_VoskInterface::findModelPath()
 {
     QString path;
-    if (const char* fromEnvironment = std::getenv(kModelPathVariable))
+    const char* fromEnvironment = std::getenv(kModelPathVariable);
+    if (fromEnvironment) {
         path = QFile::decodeName(fromEnvironment);
-    else
+    } else {
         path = firstModelFolder();
+        if (path.isEmpty()) {
+            m_modelProblem = std::string(kModelPathVariable) + " is not set, and " +
+                             QFile::encodeName(modelsFolder()).toStdString() + " holds no model folder";
+            return std::string();
+        }
+    }
 
-    if (!path.isEmpty()) {
-        const QFileInfo info(path);
-        if (!info.exists() || !info.isDir() || !info.isReadable())
-            path.clear();
+    const QFileInfo info(path);
+    if (path.isEmpty() || !info.exists() || !info.isDir() || !info.isReadable()) {
+        m_modelProblem = std::string(kModelPathVariable) + " is set to \"" + QFile::encodeName(path).toStdString() +
+                         "\", which is not a readable folder";
+        return std::string();
     }
 
     const QString config = featureConfig(path);
-    if (config.isEmpty())
+    if (config.isEmpty()) {
+        m_modelProblem = "\"" + QFile::encodeName(path).toStdString() +
+                         "\" is no acoustic model: it has neither mfcc.conf nor conf/mfcc.conf";
         return std::string();
+    }
     readSampleFrequency(config);
     return QFile::encodeName(path).toStdString();
 }
@@ -101,3 +113,7 @@ void K_VoskInterface::readSampleFrequency(const QString& configFile)
     if (parsed && (frequency == 8000 || frequency == 16000))
         audio->setFrequency(true, frequency);
 }
+
+std::string K_VoskInterface::acousticModelPath() const { return m_modelPath; }
+
+std::string K_VoskInterface::acousticModelProblem() const { return m_modelProblem; }

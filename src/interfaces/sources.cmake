@@ -1,11 +1,14 @@
 target_sources(ksr_qt_obj PRIVATE
   ${PROJECT_SOURCE_DIR}/include/k_sr_interface.h
-  ${CMAKE_CURRENT_LIST_DIR}/k_sr_interface.cpp)
+  ${CMAKE_CURRENT_LIST_DIR}/k_sr_interface.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/hypothesis_filter.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/listener_thread.cpp)
 # The Vosk interface needs the microphone layer.
 if(TARGET ksr_audio_obj)
   target_sources(ksr_qt_obj PRIVATE
     ${PROJECT_SOURCE_DIR}/include/k_vosk_interface.h
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/capture_run.cpp
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_loop.cpp
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_microphone.cpp
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_model.cpp

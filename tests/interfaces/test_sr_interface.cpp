@@ -95,7 +95,9 @@ TEST(SRInterface, StartRunsTheLoopInTheWorkerThreadAndStopEndsIt)
 {
     QWidget host;
     LoopingInterface iface(&host);
-    EXPECT_EQ(iface.QObject::thread(), iface.workerThread());
+    // The object stays in the host's thread; only its loop runs in the worker.
+    EXPECT_EQ(iface.QObject::thread(), QThread::currentThread());
+    EXPECT_NE(iface.workerThread(), QThread::currentThread());
     EXPECT_EQ(iface.workerThread()->parent(), &host);
     iface.start();
     ASSERT_TRUE(waitFor([&] { return iface.isActive(); }));

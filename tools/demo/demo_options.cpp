@@ -18,11 +18,13 @@ bool parseSeconds(const std::string& text, double& seconds)
 const char* demoUsage()
 {
     return "usage: ksr-demo [--grammar FILE] [--model DIR] [--json] [--hypotheses]\n"
-           "                (--wav FILE... | --mic [DEVICE] [--seconds N] | --list-mics)\n"
+           "                (--wav FILE... | --mic [DEVICE] [--seconds N] [--poll] | --list-mics)\n"
            "\n"
            "  --wav FILE...   recognize sound files (any rate and channel count), one after the other\n"
            "  --mic [DEVICE]  listen to a microphone (the default one without DEVICE) until Ctrl+C\n"
            "  --seconds N     stop listening after N seconds\n"
+           "  --poll          poll the microphone without pausing (costs a processor core) instead of\n"
+           "                  paced listening, which waits for audio and survives a lost microphone\n"
            "  --list-mics     print the capture devices and exit\n"
            "  --grammar FILE  grammars, rules, commands, dictation and settings (JSON);\n"
            "                  default: the demo grammar beside the program's sources\n"
@@ -53,6 +55,8 @@ bool parseDemoOptions(int argc, char** argv, DemoOptions& options, std::string& 
             options.json = true;
         } else if (argument == "--hypotheses") {
             options.hypotheses = true;
+        } else if (argument == "--poll") {
+            options.poll = true;
         } else if (argument == "--list-mics") {
             options.listDevices = true;
         } else if (argument == "--grammar" || argument == "--model" || argument == "--seconds") {
@@ -96,6 +100,10 @@ bool parseDemoOptions(int argc, char** argv, DemoOptions& options, std::string& 
     }
     if (options.seconds > 0.0 && options.source != DemoOptions::Source::Microphone) {
         error = "--seconds applies to --mic only";
+        return false;
+    }
+    if (options.poll && options.source != DemoOptions::Source::Microphone) {
+        error = "--poll applies to --mic only";
         return false;
     }
     return true;

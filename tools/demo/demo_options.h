@@ -16,6 +16,7 @@ struct DemoOptions {
     bool json = false;               // --json
     bool hypotheses = false;         // --hypotheses
     double seconds = 0.0;            // --seconds N (microphone); 0: until interrupted
+    bool poll = false;               // --poll: the module's polling loop instead of paced listening
     bool listDevices = false;        // --list-mics
     bool help = false;               // --help
 };

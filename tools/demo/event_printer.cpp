@@ -61,6 +61,10 @@ EventPrinter::EventPrinter(K_VoskInterface& recognizer, const GrammarNames& name
     connect(&recognizer, &K_VoskInterface::numeralsModeActivated, this, [this](bool on) { mode("numerals", on); });
     connect(&recognizer, &K_VoskInterface::spellingModeActivated, this, [this](bool on) { mode("spelling", on); });
     connect(&recognizer, &K_VoskInterface::capitalsModeActivated, this, [this](bool on) { mode("capitals", on); });
+    connect(&recognizer, &K_VoskInterface::microphoneDisconnected, this,
+            [this](const QString& device) { microphone(device, false); });
+    connect(&recognizer, &K_VoskInterface::microphoneReconnected, this,
+            [this](const QString& device) { microphone(device, true); });
 }
 
 std::string EventPrinter::grammarName(KSR::GrammarId id) const
@@ -189,4 +193,16 @@ void EventPrinter::mode(const char* name, bool on)
                                    w.Bool(on);
                                })
                     : std::string("mode        ") + name + (on ? " on" : " off"));
+}
+
+void EventPrinter::microphone(const QString& device, bool connected)
+{
+    const std::string name = device.toUtf8().toStdString();
+    emitLine(m_json ? jsonLine("microphone",
+                               [&](Writer& w) {
+                                   key(w, "device", name);
+                                   w.Key("connected");
+                                   w.Bool(connected);
+                               })
+                    : "microphone  " + quoted(name) + (connected ? " back" : " lost"));
 }

@@ -19,6 +19,8 @@
 //   failed                                        nothing usable was heard
 //   grammar     files on                          a grammar was switched
 //   mode        spelling on                       a dictation mode was switched
+//   microphone  "Built-in" lost                   the microphone went away (paced listening;
+//   microphone  "Built-in" back                   listening goes on and it is tried again)
 //   document    "Hello world,\n"                  all text written (on request)
 // JSON lines carry the same fields: {"event":"command","text":...}.
 // It lives on the thread that prints; signals from the recognition thread
@@ -41,6 +43,7 @@ private:
     void failed();
     void grammar(KSR::GrammarId id, bool on);
     void mode(const char* name, bool on);
+    void microphone(const QString& device, bool connected);
 
     std::string grammarName(KSR::GrammarId id) const;
     std::string ruleName(KSR::RuleId id) const;

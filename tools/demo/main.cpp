@@ -128,6 +128,10 @@ int listen(QCoreApplication& app, DemoRecognizer& recognizer, EventPrinter& prin
     if (options.seconds > 0.0)
         QTimer::singleShot(static_cast<int>(options.seconds * 1000), &app, &QCoreApplication::quit);
 
+    // Paced listening costs next to nothing while nobody speaks and keeps
+    // listening through a lost microphone.
+    if (!options.poll)
+        recognizer.setListeningPace(K_VoskInterface::RecommendedListeningPace);
     recognizer.start();
     app.exec();
     recognizer.stop();
