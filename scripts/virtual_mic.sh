@@ -8,6 +8,10 @@
 #   virtual_mic.sh stop        stop the processes that `start` started
 #   virtual_mic.sh env         print the client environment, for
 #                              eval "$(scripts/virtual_mic.sh env)"
+#   virtual_mic.sh unplug      remove the source "vmic", as when a USB
+#                              microphone is pulled out (the server and the
+#                              sink's monitor stay)
+#   virtual_mic.sh plug        add "vmic" again and make it the default
 #
 # Layout: a null sink "vspk" (16000 Hz, mono, s16le) whose monitor is remapped
 # to the source "vmic", the server's default source. Whatever is played into
@@ -175,6 +179,23 @@ play() { # clip
   paplay -d vspk --client-name=ksr-virtual-mic-play "$1"
 }
 
+unplug() {
+  is_ours "$DIR/pulseaudio.pid" pulseaudio || die "not running in $DIR"
+  client_env
+  local module
+  module=$(pactl list short modules | awk '$2 == "module-remap-source" { print $1 }')
+  [ -n "$module" ] || die "vmic is not plugged in"
+  pactl unload-module "$module"
+}
+
+plug() {
+  is_ours "$DIR/pulseaudio.pid" pulseaudio || die "not running in $DIR"
+  client_env
+  pactl list short modules | grep -q module-remap-source && die "vmic is plugged in already"
+  pactl load-module module-remap-source master=vspk.monitor source_name=vmic >/dev/null
+  pactl set-default-source vmic
+}
+
 print_env() {
   cat <<EOF
 export PULSE_SERVER=unix:$SOCKET
@@ -188,5 +209,7 @@ case "${1:-}" in
   stop) stop; say "stopped" ;;
   play) shift; play "${1:-}" ;;
   env) print_env ;;
-  *) echo "usage: $0 start | play CLIP | stop | env" >&2; exit 2 ;;
+  unplug) unplug ;;
+  plug) plug ;;
+  *) echo "usage: $0 start | play CLIP | stop | env | unplug | plug" >&2; exit 2 ;;
 esac

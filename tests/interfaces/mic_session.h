@@ -29,6 +29,10 @@ protected:
         setModelVariable(QString::fromStdString(TestData::modelPath()));
         iface.reset(new CountingInterface(&host));
         ASSERT_TRUE(iface->isInitialized());
+#ifdef KSR_TEST_LISTENING_PACE
+        // The same tests, built once more with the host's listening settings on.
+        iface->setListeningPace(KSR_TEST_LISTENING_PACE);
+#endif
         recorder.reset(new SignalRecorder(*iface));
     }
     void TearDown() override
