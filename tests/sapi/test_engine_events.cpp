@@ -2,7 +2,8 @@
 // confidence test, one delivery per property, and the freeing of every
 // event parameter. Results come from words said to the recognizer double
 // against grammars built as the back end builds them; scripted results
-// stand for what those grammars cannot give.
+// stand for what those grammars cannot give, and for result objects whose
+// references a test follows.
 
 #include <cstring>
 

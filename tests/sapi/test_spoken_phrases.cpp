@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+
 #include "com_memory.h"
 #include "grammar_words.h"
 #include "ksr_com_ptr.h"
@@ -151,6 +154,20 @@ protected:
         }
         return heard;
     }
+    // A command said after `off` ends as `whileOff`; said again after `on`,
+    // it is recognized.
+    void expectHeardOnlyWhenOn(const std::function<HRESULT()>& off, const std::function<HRESULT()>& on,
+                               SPEVENTENUM whileOff)
+    {
+        addCommand("+open", "open", 0);
+        ASSERT_EQ(off(), S_OK);
+        EXPECT_EQ(world.say("open"), whileOff);
+        const auto events = ids(drain(context));
+        EXPECT_EQ(std::count(events.begin(), events.end(), SPEI_PHRASE_START), whileOff == SPEI_UNDEFINED ? 0 : 1);
+        ASSERT_EQ(on(), S_OK);
+        EXPECT_EQ(world.say("open"), SPEI_RECOGNITION);
+        drain(context);
+    }
     static std::vector<SPEVENTENUM> ids(const std::vector<HeardEvent>& events)
     {
         std::vector<SPEVENTENUM> list;
@@ -270,34 +287,22 @@ TEST_F(SpokenPhrases, WordsAddedButNotCommittedAreNotHeard)
 
 TEST_F(SpokenPhrases, AnInactiveRuleIsNotHeard)
 {
-    addCommand("+open", "open", 0);
-    ASSERT_EQ(grammar->SetRuleState(nullptr, nullptr, SPRS_INACTIVE), S_OK);
-    EXPECT_EQ(world.say("open"), SPEI_FALSE_RECOGNITION);
     const KSR::WideString name = SapiFakes::wide("Commands");
-    ASSERT_EQ(grammar->SetRuleState(name.c_str(), nullptr, SPRS_ACTIVE), S_OK);
-    EXPECT_EQ(world.say("open"), SPEI_RECOGNITION);
-    drain(context);
+    expectHeardOnlyWhenOn([&] { return grammar->SetRuleState(nullptr, nullptr, SPRS_INACTIVE); },
+                          [&] { return grammar->SetRuleState(name.c_str(), nullptr, SPRS_ACTIVE); },
+                          SPEI_FALSE_RECOGNITION);
 }
 
 TEST_F(SpokenPhrases, ADisabledGrammarIsNotHeard)
 {
-    addCommand("+open", "open", 0);
-    ASSERT_EQ(grammar->SetGrammarState(SPGS_DISABLED), S_OK);
-    EXPECT_EQ(world.say("open"), SPEI_FALSE_RECOGNITION);
-    ASSERT_EQ(grammar->SetGrammarState(SPGS_ENABLED), S_OK);
-    EXPECT_EQ(world.say("open"), SPEI_RECOGNITION);
-    drain(context);
+    expectHeardOnlyWhenOn([&] { return grammar->SetGrammarState(SPGS_DISABLED); },
+                          [&] { return grammar->SetGrammarState(SPGS_ENABLED); }, SPEI_FALSE_RECOGNITION);
 }
 
 TEST_F(SpokenPhrases, AnInactiveRecognizerHearsNothing)
 {
-    addCommand("+open", "open", 0);
-    ASSERT_EQ(recognizer->SetRecoState(SPRST_INACTIVE), S_OK);
-    EXPECT_EQ(world.say("open"), SPEI_UNDEFINED);
-    EXPECT_EQ(ids(drain(context)), std::vector<SPEVENTENUM>{SPEI_RECO_STATE_CHANGE});
-    ASSERT_EQ(recognizer->SetRecoState(SPRST_ACTIVE_ALWAYS), S_OK);
-    EXPECT_EQ(world.say("open"), SPEI_RECOGNITION);
-    drain(context);
+    expectHeardOnlyWhenOn([&] { return recognizer->SetRecoState(SPRST_INACTIVE); },
+                          [&] { return recognizer->SetRecoState(SPRST_ACTIVE_ALWAYS); }, SPEI_UNDEFINED);
 }
 
 TEST_F(SpokenPhrases, SilenceIsNoPhrase)
