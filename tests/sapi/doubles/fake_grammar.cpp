@@ -178,12 +178,12 @@ HRESULT FakeGrammar::AddWordTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE h
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         const auto describe = [this](SPSTATEHANDLE state) {
-            const std::string rule = ruleAt(state);
             if (!state)
                 return std::string("end");
+            const std::string rule = ruleAt(state);
             return rule.empty() ? std::string("unknown state") : "start of " + rule;
         };
-        transition.ruleName = hFromState ? ruleAt(hFromState) : std::string();
+        transition.ruleName = ruleAt(hFromState);
         transition.rule = describe(hFromState);
         target = describe(hToState);
         transition.toEnd = hToState == nullptr;
