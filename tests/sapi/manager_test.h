@@ -62,6 +62,19 @@ protected:
             processAll(*manager->engine());
     }
     SapiFakes::FakeContext& context() { return *world.context(); }
+    // Says words to the recognizer and lets the engine handle the events
+    // SAPI makes of them; returns the event that ended the phrase.
+    SPEVENTENUM say(const SapiFakes::Utterance& utterance)
+    {
+        const SPEVENTENUM ending = world.say(utterance);
+        pump();
+        return ending;
+    }
+    SPEVENTENUM say(const std::string& words, float confidence = 1.0f)
+    {
+        return say(SapiFakes::Utterance(words, confidence));
+    }
+    // A result no grammar of the manager's could give.
     void pushRecognition(SPEVENTENUM id, const SapiFakes::PhraseSpec& scripted)
     {
         auto result = SapiFakes::FakeResult::make(scripted);

@@ -7,6 +7,8 @@ set(KSR_SAPI_DOUBLES_SOURCES
   ${KSR_SAPI_TEST_DIR}/doubles/fake_recognizer.cpp
   ${KSR_SAPI_TEST_DIR}/doubles/fake_context.cpp
   ${KSR_SAPI_TEST_DIR}/doubles/fake_grammar.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/grammar_words.cpp
+  ${KSR_SAPI_TEST_DIR}/doubles/spoken_phrase.cpp
   ${KSR_SAPI_TEST_DIR}/doubles/fake_result.cpp
   ${KSR_SAPI_TEST_DIR}/doubles/fake_token.cpp
   ${KSR_SAPI_TEST_DIR}/doubles/fake_class_factory.cpp
@@ -19,7 +21,8 @@ set(test_sapi_support_SOURCES
   ${KSR_SAPI_TEST_DIR}/test_utf16.cpp
   ${KSR_SAPI_TEST_DIR}/test_com_ptr.cpp
   ${KSR_SAPI_TEST_DIR}/test_sapi_declarations.cpp
-  ${KSR_SAPI_TEST_DIR}/test_com_runtime.cpp)
+  ${KSR_SAPI_TEST_DIR}/test_com_runtime.cpp
+  ${KSR_SAPI_TEST_DIR}/test_spoken_phrases.cpp)
 set(test_sapi_engine_SOURCES
   ${KSR_SAPI_TEST_DIR}/test_engine_setup.cpp
   ${KSR_SAPI_TEST_DIR}/test_engine_state.cpp

@@ -1,15 +1,20 @@
 // KSR_Engine::processSREvents: one event per call, every kind of event, the
 // confidence test, one delivery per property, and the freeing of every
-// event parameter.
+// event parameter. Results come from words said to the recognizer double
+// against grammars built as the back end builds them; scripted results
+// stand for what those grammars cannot give, and for result objects whose
+// references a test follows.
 
 #include <cstring>
 
+#include "ksr_sapi_grammar.h"
 #include "sapi_test.h"
 #include "sr_data_compare.h"
 
 using SapiFakes::commandPhrase;
 using SapiFakes::FakeResult;
 using SapiFakes::PhraseSpec;
+using SapiFakes::Utterance;
 namespace Script = SapiFakes::Script;
 
 namespace {
@@ -27,9 +32,41 @@ protected:
     }
     void TearDown() override
     {
+        grammars.clear();
         holder.reset();
         SapiTest::TearDown();
     }
+
+    // A grammar on the engine's context, as the manager makes one.
+    KSR_Grammar& grammar(KSR::GrammarId id)
+    {
+        auto made = std::make_unique<KSR_Grammar>();
+        made->setId(id);
+        KSR::ComPtr<ISpRecoGrammar> sapiGrammar;
+        EXPECT_EQ(engine.recoContext()->CreateGrammar(id, sapiGrammar.put()), S_OK);
+        made->setSapiGrammar(sapiGrammar);
+        grammars.push_back(std::move(made));
+        return *grammars.back();
+    }
+    // Grammar 101, switched on, with a rule "Commands" (id 10) holding
+    // `phrases` (command ids from 0) at `confidence`.
+    KSR::RuleId commands(const std::vector<std::string>& phrases, KSR::RequiredConfidence confidence = KSR::High)
+    {
+        KSR_Grammar& made = grammar(101);
+        const KSR::RuleId rule = made.addRule("Commands");
+        for (const auto& phrase : phrases)
+            EXPECT_GE(made.addCommand(rule, phrase, confidence), 0);
+        EXPECT_TRUE(made.setActivated(true));
+        clearCalls();
+        return rule;
+    }
+    // Says words to the recognizer and handles every event SAPI queues.
+    void say(const Utterance& utterance)
+    {
+        world.say(utterance);
+        processAll(engine);
+    }
+    void say(const std::string& words, float confidence = 1.0f) { say(Utterance(words, confidence)); }
 
     SapiFakes::FakeContext& context() { return *world.context(); }
     void push(SPEVENTENUM id, const PhraseSpec& scripted)
@@ -44,6 +81,7 @@ protected:
 
     std::unique_ptr<KSR_Engine> holder = std::make_unique<KSR_Engine>(false);
     KSR_Engine& engine = *holder;
+    std::vector<std::unique_ptr<KSR_Grammar>> grammars;
     std::vector<KSR::SRData> recognitions;
     std::vector<KSR::SRData> hypotheses;
     int failures = 0;
@@ -125,56 +163,85 @@ TEST_F(EngineEvents, RecognizerStateChangesArriveAsEvents)
 
 TEST_F(EngineEvents, RecognitionIsDeliveredWithGrammarRuleCommandAndText)
 {
-    push(SPEI_RECOGNITION, commandPhrase(101, 11, 3, "open file"));
+    const KSR::RuleId rule = commands({"close file", "open file"});
+    world.say("open file");
+    engine.processSREvents();  // the phrase start
+    EXPECT_TRUE(calls().empty());
     engine.processSREvents();
-    EXPECT_EQ(recognitions, std::vector<KSR::SRData>{KSR::srData(101, 11, 3, "open file")});
+    EXPECT_EQ(recognitions, std::vector<KSR::SRData>{KSR::srData(101, rule, 1, "open file")});
     EXPECT_TRUE(hypotheses.empty());
     EXPECT_EQ(calls(), (std::vector<std::string>{"Result.GetPhrase", "Result.GetText(0xffffffff, 0xffffffff, 1, null)"}));
 }
 
 TEST_F(EngineEvents, HypothesisGoesToTheHypothesisFunction)
 {
-    push(SPEI_HYPOTHESIS, commandPhrase(101, 11, 0, "open"));
-    engine.processSREvents();
-    EXPECT_EQ(hypotheses, std::vector<KSR::SRData>{KSR::srData(101, 11, 0, "open")});
+    const KSR::RuleId rule = commands({"open file"});
+    say(Utterance("open").withHypotheses().unfinished());
+    EXPECT_EQ(hypotheses, std::vector<KSR::SRData>{KSR::srData(101, rule, 0, "open")});
     EXPECT_TRUE(recognitions.empty());
 }
 
 TEST_F(EngineEvents, FalseRecognitionCallsTheFailedFunction)
 {
-    context().pushSimple(SPEI_FALSE_RECOGNITION);
-    engine.processSREvents();
+    commands({"open file"});
+    say("open the door");
     EXPECT_EQ(failures, 1);
     EXPECT_TRUE(recognitions.empty());
+    EXPECT_TRUE(hypotheses.empty());
 }
 
 TEST_F(EngineEvents, EqualConfidenceIsAcceptedOneAboveIsDropped)
 {
-    push(SPEI_RECOGNITION, commandPhrase(101, 11, 0, "open", SP_NORMAL_CONFIDENCE, 0.5f));
-    engine.processSREvents();
+    commands({"open"}, KSR::Normal);
+    say("open", 0.5f);
     EXPECT_EQ(recognitions.size(), 1u);
 
     ASSERT_TRUE(engine.setConfidenceThreshold(KSR::Normal, 51));
     context().dropQueuedEvents();
-    push(SPEI_RECOGNITION, commandPhrase(101, 11, 0, "open", SP_NORMAL_CONFIDENCE, 0.5f));
-    engine.processSREvents();
+    say("open", 0.5f);
     EXPECT_EQ(recognitions.size(), 1u);
     EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(EngineEvents, TheFirstElementsRequiredConfidenceChoosesTheThreshold)
+// The prefixes the grammar writes, as SAPI reads them: "+" high, none
+// normal, and "-+" high again (the "+" comes last).
+TEST_F(EngineEvents, EachCommandConfidenceMeetsTheThresholdItsPrefixSelects)
 {
     // Low 20, normal 50, high 50 (read from the normal property) then 90.
     ASSERT_TRUE(engine.setConfidenceThreshold(KSR::High, 90));
     context().dropQueuedEvents();
+    KSR_Grammar& made = grammar(101);
+    const KSR::RuleId rule = made.addRule("Commands");
+    ASSERT_EQ(made.addCommand(rule, "go high", KSR::High), 0);
+    ASSERT_EQ(made.addCommand(rule, "go normal", KSR::Normal), 1);
+    ASSERT_EQ(made.addCommand(rule, "go low", KSR::Low), 2);
+    ASSERT_TRUE(made.setActivated(true));
+    const struct {
+        const char* words;
+        float confidence;
+        bool accepted;
+    } cases[] = {
+        {"go high", 0.9f, true},     {"go high", 0.89f, false}, {"go normal", 0.5f, true},
+        {"go normal", 0.49f, false}, {"go low", 0.9f, true},    {"go low", 0.89f, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.words) + " " + std::to_string(c.confidence));
+        recognitions.clear();
+        say(c.words, c.confidence);
+        EXPECT_EQ(recognitions.size(), c.accepted ? 1u : 0u);
+    }
+}
+
+// Low and out-of-range required confidences, which none of the back end's
+// grammars asks for.
+TEST_F(EngineEvents, AnyOtherRequiredConfidenceChoosesTheLowThreshold)
+{
     const struct {
         signed char required;
         float confidence;
         bool accepted;
     } cases[] = {
-        {SP_HIGH_CONFIDENCE, 0.9f, true},   {SP_HIGH_CONFIDENCE, 0.89f, false}, {SP_NORMAL_CONFIDENCE, 0.5f, true},
-        {SP_NORMAL_CONFIDENCE, 0.49f, false}, {SP_LOW_CONFIDENCE, 0.2f, true},  {SP_LOW_CONFIDENCE, 0.19f, false},
-        {5, 0.2f, true},                      {-5, 0.19f, false},
+        {SP_LOW_CONFIDENCE, 0.2f, true}, {SP_LOW_CONFIDENCE, 0.19f, false}, {5, 0.2f, true}, {-5, 0.19f, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.required) + " " + std::to_string(c.confidence));
@@ -185,15 +252,16 @@ TEST_F(EngineEvents, TheFirstElementsRequiredConfidenceChoosesTheThreshold)
     }
 }
 
-TEST_F(EngineEvents, OnlyTheFirstElementCounts)
+TEST_F(EngineEvents, OnlyTheFirstWordCounts)
 {
-    PhraseSpec scripted = commandPhrase(101, 11, 0, "open file", SP_NORMAL_CONFIDENCE, 0.9f);
-    scripted.elements.push_back({"file", SP_HIGH_CONFIDENCE, 0.01f});
-    push(SPEI_RECOGNITION, scripted);
-    engine.processSREvents();
+    commands({"open file"});
+    say(Utterance("open file").wordConfidences({0.5f, 0.01f}));
+    EXPECT_EQ(recognitions.size(), 1u);
+    say(Utterance("open file").wordConfidences({0.49f, 1.0f}));
     EXPECT_EQ(recognitions.size(), 1u);
 }
 
+// A malformed result.
 TEST_F(EngineEvents, PhraseWithoutElementsIsNotAccepted)
 {
     PhraseSpec scripted = commandPhrase(101, 11, 0, "open");
@@ -203,15 +271,16 @@ TEST_F(EngineEvents, PhraseWithoutElementsIsNotAccepted)
     EXPECT_TRUE(recognitions.empty());
 }
 
-TEST_F(EngineEvents, PhraseWithoutPropertiesIsDeliveredOnceWithCommandIdMinusOne)
+TEST_F(EngineEvents, DictationWithoutPropertiesIsDeliveredOnceWithCommandIdMinusOne)
 {
-    PhraseSpec scripted = commandPhrase(105, 0, 0, "some dictated words");
-    scripted.properties.clear();
-    push(SPEI_RECOGNITION, scripted);
-    engine.processSREvents();
+    KSR_Grammar& dictation = grammar(105);
+    ASSERT_TRUE(dictation.setDictationEnabled(true));
+    ASSERT_TRUE(dictation.setActivated(true));
+    say("some dictated words");
     EXPECT_EQ(recognitions, std::vector<KSR::SRData>{KSR::srData(105, 0, -1, "some dictated words")});
 }
 
+// Several top-level properties: no grammar of the back end gives them.
 TEST_F(EngineEvents, EveryTopLevelPropertyGivesOneDeliveryInListOrder)
 {
     PhraseSpec scripted = commandPhrase(101, 11, 4, "open file");
@@ -239,25 +308,25 @@ TEST_F(EngineEvents, EachDeliveryGetsItsOwnCopy)
 
 TEST_F(EngineEvents, TextKeepsTheLowByteOfEachUnit)
 {
-    push(SPEI_RECOGNITION, commandPhrase(101, 11, 0, "caf\xC3\xA9 \xE2\x82\xAC"));
-    engine.processSREvents();
+    commands({"caf\xC3\xA9 \xE2\x82\xAC"});
+    say("caf\xC3\xA9 \xE2\x82\xAC");
     ASSERT_EQ(recognitions.size(), 1u);
     EXPECT_EQ(recognitions[0].text, std::string("caf\xE9 \xAC"));
 }
 
 TEST_F(EngineEvents, FailedTextGivesAnEmptyText)
 {
+    const KSR::RuleId rule = commands({"close", "open"});
     Script::failOnce("Result.GetText", E_FAIL);
-    push(SPEI_RECOGNITION, commandPhrase(101, 11, 2, "open"));
-    engine.processSREvents();
-    EXPECT_EQ(recognitions, std::vector<KSR::SRData>{KSR::srData(101, 11, 2, "")});
+    say("open");
+    EXPECT_EQ(recognitions, std::vector<KSR::SRData>{KSR::srData(101, rule, 1, "")});
 }
 
 TEST_F(EngineEvents, FailedPhraseIsDroppedQuietly)
 {
+    commands({"open"});
     Script::failOnce("Result.GetPhrase", E_FAIL);
-    push(SPEI_RECOGNITION, commandPhrase(101, 11, 2, "open"));
-    engine.processSREvents();
+    say("open");
     EXPECT_TRUE(recognitions.empty());
     EXPECT_TRUE(log.lines().empty());
     EXPECT_EQ(calls(), std::vector<std::string>{"Result.GetPhrase"});

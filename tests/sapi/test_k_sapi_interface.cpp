@@ -23,8 +23,7 @@
 #include "sapi_test.h"
 #include "sr_data_compare.h"
 
-using SapiFakes::commandPhrase;
-using SapiFakes::FakeResult;
+using SapiFakes::Utterance;
 namespace Script = SapiFakes::Script;
 
 // Re-emits an interface's signals in the thread it lives in (the test's),
@@ -171,15 +170,11 @@ protected:
         sr->stop();
         EXPECT_TRUE(eventually([&] { return sr->ended.load(); }));
     }
-    void pushResult(SPEVENTENUM id, const SapiFakes::PhraseSpec& scripted)
-    {
-        auto result = FakeResult::make(scripted);
-        ASSERT_TRUE(world.context()->pushResult(id, result.get()));
-    }
     // The grammar switches the start causes: the two recognizer state
     // changes the constructor's threshold setting left queued switch the
     // grammars that were on (the activation keys' and `others` more) off
-    // and on again.
+    // and on again. Only once they are on again does the recognizer hear
+    // their words.
     void waitForStartSwitches(int others)
     {
         const int expected = switchesBeforeStart + 2 * (1 + others);
@@ -325,10 +320,9 @@ TEST_F(SapiInterface, RecognitionHypothesisAndFailureArriveAsSignals)
     ASSERT_EQ(sapi.addCommand(rule, "open file"), 0);
     ASSERT_TRUE(sapi.setActivated(grammar, true));
     startAndWaitForPolling();
-
-    pushResult(SPEI_HYPOTHESIS, commandPhrase(grammar, rule, 0, "open"));
-    pushResult(SPEI_RECOGNITION, commandPhrase(grammar, rule, 0, "open file"));
-    ASSERT_TRUE(world.context()->pushSimple(SPEI_FALSE_RECOGNITION));
+    waitForStartSwitches(1);
+    ASSERT_EQ(world.say(Utterance("open file").withHypotheses()), SPEI_RECOGNITION);
+    ASSERT_EQ(world.say("paint the fence"), SPEI_FALSE_RECOGNITION);
     ASSERT_TRUE(gate.waitFor(EmissionGate::Failure, 1));
     ASSERT_EQ(hypotheses->count(), 1);
     ASSERT_EQ(results->count(), 1);
@@ -344,9 +338,8 @@ TEST_F(SapiInterface, ARecordWithCommandIdMinusOneIsEmittedLikeAnyOther)
     const KSR::GrammarId grammar = sapi.addDictationGrammar("");
     ASSERT_TRUE(sapi.setActivated(grammar, true));
     startAndWaitForPolling();
-    SapiFakes::PhraseSpec scripted = commandPhrase(grammar, 0, 0, "dear sir");
-    scripted.properties.clear();
-    pushResult(SPEI_RECOGNITION, scripted);
+    waitForStartSwitches(1);
+    ASSERT_EQ(world.say("dear sir"), SPEI_RECOGNITION);
     ASSERT_TRUE(gate.waitFor(EmissionGate::Result, 1));
     EXPECT_EQ(recordOf(results->at(0)), KSR::srData(grammar, 0, -1, "dear sir"));
     stop();
@@ -362,7 +355,7 @@ TEST_F(SapiInterface, SayingAKeyEmitsTheGrammarSwitchesAndNoResult)
     waitForStartSwitches(1);
     const int before = gate.count(EmissionGate::Switch);
 
-    pushResult(SPEI_RECOGNITION, commandPhrase(100, 10, 0, "north"));
+    ASSERT_EQ(world.say("north"), SPEI_RECOGNITION);
     ASSERT_TRUE(gate.waitFor(EmissionGate::Switch, before + 2));
     EXPECT_EQ(switches->at(before).at(0).value<KSR::GrammarId>(), north);
     EXPECT_TRUE(switches->at(before).at(1).toBool());
@@ -370,6 +363,8 @@ TEST_F(SapiInterface, SayingAKeyEmitsTheGrammarSwitchesAndNoResult)
     EXPECT_FALSE(switches->at(before + 1).at(1).toBool());
     stop();
     EXPECT_EQ(results->count(), 0);
+    // Stopped, the recognizer no longer listens.
+    EXPECT_EQ(world.say("south"), SPEI_UNDEFINED);
 }
 
 TEST_F(SapiInterface, HostSwitchingAGrammarIsEmittedToo)
@@ -445,7 +440,8 @@ TEST_F(SapiInterface, SignalsReachTheHostThreadThroughQueuedConnections)
     QCoreApplication::processEvents();
     QSignalSpy hostResults(&relay, &SignalRelay::recognitionResult);
     startAndWaitForPolling();
-    pushResult(SPEI_RECOGNITION, commandPhrase(grammar, rule, 0, "open file"));
+    waitForStartSwitches(1);
+    ASSERT_EQ(world.say("open file"), SPEI_RECOGNITION);
     ASSERT_TRUE(hostResults.wait(5000));
     EXPECT_EQ(recordOf(hostResults.at(0)), KSR::srData(grammar, rule, 0, "open file"));
     stop();

@@ -201,11 +201,12 @@ TEST_F(ManagerSetup, CopyGetsAnEngineOfItsOwnLeadingToTheCopy)
     ASSERT_NE(copy->engine(), nullptr);
     EXPECT_TRUE(copy->isInitialized());
     EXPECT_NE(copy->getGrammar(id), nullptr);
-    pushRecognition(SPEI_RECOGNITION, SapiFakes::commandPhrase(id, rule, 0, "open"));
+    ASSERT_EQ(world.say("open"), SPEI_RECOGNITION);
     while (context().queued() > 0)
         copy->engine()->processSREvents();
     ASSERT_EQ(copy->recognitions.size(), 1u);
     EXPECT_EQ(copy->recognitions[0].text, "open");
+    EXPECT_EQ(copy->recognitions[0].ruleId, rule);
     KSR_Manager constructed(*copy);
     EXPECT_EQ(constructed.getGrammar(id), copy->getGrammar(id));
     copy.reset();

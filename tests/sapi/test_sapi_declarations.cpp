@@ -65,6 +65,8 @@ TEST(SapiDeclarations, StateAndOptionValues)
     EXPECT_EQ(SP_NORMAL_CONFIDENCE, 0);
     EXPECT_EQ(SP_HIGH_CONFIDENCE, 1);
     EXPECT_EQ(static_cast<ULONG>(SP_GETWHOLEPHRASE), 0xFFFFFFFFu);
+    EXPECT_EQ(SPAF_ONE_TRAILING_SPACE, 0x2);
+    EXPECT_EQ(SPAF_TWO_TRAILING_SPACES, 0x4);
     EXPECT_EQ(SPWP_UNKNOWN_WORD_UNPRONOUNCEABLE, 0);
     EXPECT_EQ(CLSCTX_ALL, 0x17);
 }
@@ -140,6 +142,7 @@ TEST(SapiDeclarations, RecordLayouts)
     EXPECT_EQ(sizeof(SPPROPERTYINFO), 48u);
     EXPECT_EQ(offsetof(SPPROPERTYINFO, vValue), 24u);
     EXPECT_EQ(sizeof(SPPHRASEELEMENT), 56u);
+    EXPECT_EQ(offsetof(SPPHRASEELEMENT, bDisplayAttributes), 48u);
     EXPECT_EQ(offsetof(SPPHRASEELEMENT, RequiredConfidence), 49u);
     EXPECT_EQ(offsetof(SPPHRASEELEMENT, SREngineConfidence), 52u);
     EXPECT_EQ(sizeof(SPPHRASERULE), 48u);

@@ -1,5 +1,6 @@
 #include "fake_grammar.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "fake_context.h"
@@ -108,14 +109,37 @@ void FakeGrammar::setUnpronounceable(const std::string& word)
     m_unpronounceable.insert(word);
 }
 
-std::string FakeGrammar::stateName(SPSTATEHANDLE state) const
+std::string FakeGrammar::ruleAt(SPSTATEHANDLE state) const
 {
-    if (!state)
-        return "end";
     for (const auto& rule : m_rules)
         if (reinterpret_cast<SPSTATEHANDLE>(rule.second.initialState.get()) == state)
-            return "start of " + rule.first;
-    return "unknown state";
+            return rule.first;
+    return std::string();
+}
+
+GrammarListening FakeGrammar::listening() const
+{
+    GrammarListening listening;
+    listening.id = m_id;
+    listening.context = m_context.get();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    listening.state = m_state;
+    listening.dictation = m_dictationLoaded && m_dictationState != SPRS_INACTIVE;
+    for (const auto& entry : m_rules) {
+        const Rule& rule = entry.second;
+        if (rule.state == SPRS_INACTIVE || !(rule.attributes & SPRAF_TopLevel))
+            continue;
+        ListenedRule listened;
+        listened.name = entry.first;
+        listened.id = rule.id;
+        for (const WordTransition& transition : m_committed)
+            if (transition.ruleName == entry.first && transition.toEnd)
+                listened.transitions.push_back(transition);
+        listening.rules.push_back(std::move(listened));
+    }
+    std::sort(listening.rules.begin(), listening.rules.end(),
+              [](const ListenedRule& a, const ListenedRule& b) { return a.id < b.id; });
+    return listening;
 }
 
 HRESULT FakeGrammar::GetRule(LPCWSTR pszRuleName, DWORD dwRuleId, DWORD dwAttributes, BOOL fCreateIfNotExist,
@@ -153,11 +177,19 @@ HRESULT FakeGrammar::AddWordTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE h
     std::string target;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        transition.rule = stateName(hFromState);
-        target = stateName(hToState);
+        const auto describe = [this](SPSTATEHANDLE state) {
+            if (!state)
+                return std::string("end");
+            const std::string rule = ruleAt(state);
+            return rule.empty() ? std::string("unknown state") : "start of " + rule;
+        };
+        transition.ruleName = ruleAt(hFromState);
+        transition.rule = describe(hFromState);
+        target = describe(hToState);
         transition.toEnd = hToState == nullptr;
         transition.word = narrow(psz);
         transition.separators = narrow(pszSeparators);
+        transition.words = grammarWords(transition.word, pszSeparators ? transition.separators : std::string());
         transition.type = eWordType;
         transition.weight = Weight;
         if (pPropInfo) {
@@ -193,6 +225,7 @@ HRESULT FakeGrammar::Commit(DWORD dwReserved)
         return result;
     std::lock_guard<std::mutex> lock(m_mutex);
     ++m_commits;
+    m_committed = m_transitions;
     return S_OK;
 }
 

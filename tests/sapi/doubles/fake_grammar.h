@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "fake_com.h"
+#include "grammar_words.h"
 #include "ksr_com_ptr.h"
 
 namespace SapiFakes {
@@ -18,7 +19,8 @@ class FakeContext;
 // One word transition as the grammar received it (the property copied, as
 // SAPI copies it).
 struct WordTransition {
-    std::string rule;
+    std::string rule;      // "start of <rule>" for a rule's initial state
+    std::string ruleName;  // the rule whose initial state it leaves, if any
     bool toEnd = false;
     std::string word;
     std::string separators;
@@ -30,6 +32,26 @@ struct WordTransition {
     std::string propertyValue;
     VARTYPE valueType = VT_EMPTY;
     LONG value = 0;
+    std::vector<GrammarWord> words;  // the text as SAPI reads it
+};
+
+// A rule as a recognizer listens for it: the word transitions of its last
+// commit.
+struct ListenedRule {
+    std::string name;
+    DWORD id = 0;
+    std::vector<WordTransition> transitions;
+};
+
+// What a recognizer listens for in one grammar right now: the grammar's
+// state, whether its dictation is loaded and active, and its active
+// top-level rules in ascending id.
+struct GrammarListening {
+    ULONGLONG id = 0;
+    FakeContext* context = nullptr;
+    SPGRAMMARSTATE state = SPGS_ENABLED;
+    bool dictation = false;
+    std::vector<ListenedRule> rules;
 };
 
 // ISpRecoGrammar. Logs as "Grammar[<id>]". A new grammar is SPGS_ENABLED, as
@@ -48,6 +70,10 @@ public:
     DWORD ruleId(const std::string& rule) const;
     std::vector<WordTransition> transitions() const;
     int commits() const;
+    FakeContext* context() const { return m_context.get(); }
+    // As SAPI, a recognizer hears what was committed, in the states the
+    // rules, the dictation and the grammar have now.
+    GrammarListening listening() const;
     bool dictationLoaded() const;
     SPRULESTATE dictationState() const;
     // Words IsPronounceable calls unpronounceable.
@@ -102,7 +128,7 @@ private:
         std::unique_ptr<int> initialState;  // its address is the state handle
     };
     HRESULT script(const std::string& method) const { return Script::next(logName(), method); }
-    std::string stateName(SPSTATEHANDLE state) const;
+    std::string ruleAt(SPSTATEHANDLE state) const;
 
     const ULONGLONG m_id;
     KSR::ComPtr<FakeContext> m_context;
@@ -110,6 +136,7 @@ private:
     SPGRAMMARSTATE m_state = SPGS_ENABLED;
     std::map<std::string, Rule> m_rules;
     std::vector<WordTransition> m_transitions;
+    std::vector<WordTransition> m_committed;
     int m_commits = 0;
     bool m_dictationLoaded = false;
     SPRULESTATE m_dictationState = SPRS_INACTIVE;

@@ -4,8 +4,11 @@
 #include <cstdint>
 
 #include "fake_context.h"
+#include "fake_grammar.h"
 #include "fake_registry.h"
+#include "fake_result.h"
 #include "fake_token.h"
+#include "spoken_phrase.h"
 
 namespace SapiFakes {
 
@@ -57,6 +60,69 @@ bool FakeRecognizer::hasInput() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return static_cast<bool>(m_input);
+}
+
+namespace {
+
+// What the grammars of `contexts` listen for, in ascending grammar id.
+std::vector<GrammarListening> listeningGrammars(const std::vector<FakeContext*>& contexts)
+{
+    std::vector<GrammarListening> grammars;
+    Registry<FakeGrammar>::forEach([&](FakeGrammar* grammar) {
+        if (std::find(contexts.begin(), contexts.end(), grammar->context()) != contexts.end())
+            grammars.push_back(grammar->listening());
+    });
+    std::sort(grammars.begin(), grammars.end(),
+              [](const GrammarListening& a, const GrammarListening& b) { return a.id < b.id; });
+    return grammars;
+}
+
+void pushPhrase(FakeContext* context, SPEVENTENUM id, const PhraseSpec& phrase)
+{
+    const KSR::ComPtr<FakeResult> result = FakeResult::make(phrase);
+    context->pushResult(id, result.get());
+}
+
+}  // namespace
+
+SPEVENTENUM FakeRecognizer::say(const Utterance& utterance)
+{
+    std::vector<FakeContext*> contexts;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_state != SPRST_ACTIVE && m_state != SPRST_ACTIVE_ALWAYS)
+            return SPEI_UNDEFINED;
+        contexts = m_contexts;
+    }
+    const std::size_t heard = utterance.words.size();
+    if (heard == 0)
+        return SPEI_UNDEFINED;
+    const std::vector<GrammarListening> grammars = listeningGrammars(contexts);
+
+    for (FakeContext* context : contexts)
+        context->pushSimple(SPEI_PHRASE_START);
+    if (utterance.hypotheses) {
+        const std::size_t hypotheses = utterance.finished ? heard - 1 : heard;
+        for (std::size_t count = 1; count <= hypotheses; ++count) {
+            FoundPhrase found;
+            if (findPhrase(grammars, utterance, count, false, &found))
+                pushPhrase(found.context, SPEI_HYPOTHESIS, found.phrase);
+        }
+    }
+    if (!utterance.finished)
+        return SPEI_UNDEFINED;
+
+    FoundPhrase found;
+    if (findPhrase(grammars, utterance, heard, true, &found)) {
+        pushPhrase(found.context, SPEI_RECOGNITION, found.phrase);
+        for (FakeContext* context : contexts)
+            if (context != found.context)
+                context->pushSimple(SPEI_RECO_OTHER_CONTEXT);
+        return SPEI_RECOGNITION;
+    }
+    for (FakeContext* context : contexts)
+        pushPhrase(context, SPEI_FALSE_RECOGNITION, unmatchedPhrase(utterance));
+    return SPEI_FALSE_RECOGNITION;
 }
 
 void FakeRecognizer::contextCreated(FakeContext* context)

@@ -12,6 +12,7 @@
 namespace SapiFakes {
 
 class FakeContext;
+struct Utterance;
 
 // What a new recognizer starts with (its recognizer profile).
 struct RecognizerSetup {
@@ -24,7 +25,7 @@ struct RecognizerSetup {
 
 // ISpRecognizer. Logs as "Recognizer". SetRecoState to a new state queues
 // SPEI_RECO_STATE_CHANGE (wParam = the new state) on every context it made,
-// as SAPI does.
+// as SAPI does. A test speaks to it with say().
 class FakeRecognizer final : public FakeUnknown<ISpRecognizer> {
 public:
     FakeRecognizer(bool shared, const RecognizerSetup& setup);
@@ -40,6 +41,19 @@ public:
     // What SetInput received; the token id when it is a token.
     std::string inputDescription() const;
     bool hasInput() const;
+
+    // Hears `utterance` as SAPI does, against the grammars of the contexts
+    // it made (findPhrase), and queues the events SAPI sends: nothing while
+    // the recognizer is inactive or for no words; otherwise
+    // SPEI_PHRASE_START on every context, the hypotheses asked for on the
+    // context whose grammar holds them, then, once the utterance is
+    // finished, SPEI_RECOGNITION there (SPEI_RECO_OTHER_CONTEXT on the
+    // others) or, when nothing listens for the words, SPEI_FALSE_RECOGNITION
+    // on every context. Each result is a FakeResult of its own. Acceptance
+    // against the confidence thresholds is left to the application, which
+    // reads the confidences from the result. Returns the event that ended
+    // the phrase, or SPEI_UNDEFINED.
+    SPEVENTENUM say(const Utterance& utterance);
 
     void contextCreated(FakeContext* context);
     void contextDestroyed(FakeContext* context);

@@ -30,6 +30,15 @@ public:
         std::lock_guard<std::mutex> lock(mutex());
         return objects();
     }
+    // Calls `visit` with each one, holding the registry: none of them can
+    // leave it (its destructor waits) while it is visited.
+    template <class Visitor>
+    static void forEach(Visitor visit)
+    {
+        std::lock_guard<std::mutex> lock(mutex());
+        for (T* object : objects())
+            visit(object);
+    }
     // The most recently created one still alive, or null.
     static T* last()
     {

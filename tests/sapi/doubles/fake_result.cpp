@@ -92,7 +92,7 @@ SPPHRASE* FakeResult::buildPhrase() const
         target.pszName = writer.place(source.name);
         target.ulId = source.id;
         target.pszValue = writer.place(source.value);
-        target.vValue.vt = VT_I4;
+        target.vValue.vt = source.type;
         target.vValue.lVal = source.number;
         target.ulCountOfElements = static_cast<ULONG>(m_scripted.elements.size());
         target.pNextSibling = i + 1 < m_scripted.properties.size() ? &properties[i + 1] : nullptr;
@@ -104,6 +104,7 @@ SPPHRASE* FakeResult::buildPhrase() const
         SPPHRASEELEMENT& target = elements[i];
         target.pszDisplayText = writer.place(source.text);
         target.pszLexicalForm = writer.place(source.text);
+        target.bDisplayAttributes = source.displayAttributes;
         target.RequiredConfidence = source.requiredConfidence;
         target.ActualConfidence = source.requiredConfidence;
         target.SREngineConfidence = source.engineConfidence;

@@ -13,13 +13,15 @@ struct PhraseElement {
     std::string text;
     signed char requiredConfidence = SP_NORMAL_CONFIDENCE;
     float engineConfidence = 1.0f;
+    BYTE displayAttributes = 0;
 };
 
 struct PhraseProperty {
     std::string name = "Default_Property";
     ULONG id = 0;
     std::string value;
-    LONG number = 0;  // the VT_I4 value
+    LONG number = 0;  // the value, of type `type`
+    VARTYPE type = VT_I4;
 };
 
 // What a recognition or hypothesis reports.

@@ -52,4 +52,10 @@ FakeGrammar* SapiWorld::grammar(ULONGLONG id) const
     return nullptr;
 }
 
+SPEVENTENUM SapiWorld::say(const Utterance& utterance) const
+{
+    FakeRecognizer* listener = recognizer();
+    return listener ? listener->say(utterance) : SPEI_UNDEFINED;
+}
+
 }  // namespace SapiFakes

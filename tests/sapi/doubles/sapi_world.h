@@ -12,6 +12,7 @@
 #include "fake_registry.h"
 #include "fake_result.h"
 #include "fake_token.h"
+#include "spoken_phrase.h"
 
 namespace SapiFakes {
 
@@ -43,6 +44,11 @@ public:
     FakeRecognizer* recognizer() const { return Registry<FakeRecognizer>::last(); }
     FakeContext* context() const { return Registry<FakeContext>::last(); }
     FakeGrammar* grammar(ULONGLONG id) const;
+
+    // Says words to the newest recognizer (FakeRecognizer::say); with no
+    // recognizer alive nothing is heard (SPEI_UNDEFINED).
+    SPEVENTENUM say(const Utterance& utterance) const;
+    SPEVENTENUM say(const std::string& words, float confidence = 1.0f) const { return say(Utterance(words, confidence)); }
     std::vector<FakeGrammar*> grammars() const { return Registry<FakeGrammar>::all(); }
 
 private:
