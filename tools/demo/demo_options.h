@@ -17,6 +17,8 @@ struct DemoOptions {
     bool hypotheses = false;         // --hypotheses
     double seconds = 0.0;            // --seconds N (microphone); 0: until interrupted
     bool listDevices = false;        // --list-mics
+    int fastCommands = -1;           // --fast-commands [MS]: quiet time; -1: as the grammar file says
+    bool chain = false;              // --chain
     bool help = false;               // --help
 };
 
