@@ -100,6 +100,9 @@ public:
     // and getAvailableCommandNames in one step, so that the two agree while
     // another thread changes the grammar.
     void collectAvailableCommands(std::vector<std::shared_ptr<CommandInfo>>& commands) const;
+    // The same for every rule, active or not: what switching the grammar on
+    // would make available.
+    void collectCommandsOfAllRules(std::vector<std::shared_ptr<CommandInfo>>& commands) const;
 
 private:
     using RuleMap = std::map<KSR::RuleId, std::shared_ptr<RuleInfo>>;
@@ -108,6 +111,7 @@ private:
     // with the lock held.
     void notify() const;
     std::shared_ptr<RuleInfo> findRule(KSR::RuleId ruleId) const;
+    void collectCommands(std::vector<std::shared_ptr<CommandInfo>>& commands, bool activeRulesOnly) const;
 
     KSR::GrammarId m_id;
     bool m_dictationEnabled;

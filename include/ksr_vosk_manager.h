@@ -14,12 +14,10 @@
 #include "ksr_export.h"
 #include "ksr_types.h"
 #include "ksr_vosk_grammar.h"
+#include "vosk_engine.h"
 
 class KSR_NumeralConverter;
 
-namespace Vosk {
-class Engine;
-}
 
 // The Vosk back end's public face. Owns the Vosk::Engine, keeps the registry
 // of grammars, hands the available commands of all grammars to the engine as
@@ -111,6 +109,24 @@ public:
     bool setCommandRequiredConfidence(int confidence);
     bool setDictationRequiredConfidence(int confidence);
 
+    // --- Fast commands (host settings, both off by default) ---------------
+    // Early end of a command: after a command phrase, `quietMilliseconds` of
+    // quiet end the utterance instead of the decoder's own end (about a
+    // second). With dictation on, dictated text is held while the command
+    // recognizer decides, so that the words of a command are not also
+    // dictated. 0 switches it off; negative values are refused (false), as
+    // is any value without an engine. Safe to call while audio flows.
+    bool setFastCommands(int quietMilliseconds);
+    int fastCommands();
+    // The quiet time that hosts get with fast commands "on".
+    static constexpr int DefaultFastCommandsQuiet = 250;
+    // Chained commands: phrases said in one breath ("north open file", "new
+    // line new line") are delivered one by one, as if said alone. A key in
+    // the chain switches grammars before the next phrase is routed. While
+    // listening, the phrase list is rebuilt at once. False without an engine.
+    bool setCommandChaining(bool enabled);
+    bool commandChaining();
+
     // --- Results from the engine ------------------------------------------
     void commandRecognized(const std::string& phrase, KSR::RecognitionState state);
     // Edits the text in place before reporting it.
@@ -168,6 +184,7 @@ private:
     std::string applyFormattingLocked(std::size_t index, Callouts& callouts);
 
     std::vector<std::shared_ptr<KSR_VoskGrammar>> registeredGrammars();
+    std::vector<Vosk::Engine::KeyedPhrases> keyedPhrasesLocked();
     std::shared_ptr<KSR_VoskGrammar> grammarWithRule(KSR::RuleId ruleId);
 
     std::unique_ptr<Vosk::Engine> mp_engine;

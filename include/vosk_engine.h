@@ -15,6 +15,8 @@ namespace Vosk {
 
 class Model;
 class Recognizer;
+class PhraseIndex;
+struct FastCommandState;
 
 // The recognition core of the Vosk back end. Owns the model and three
 // recognizers: free dictation, a command recognizer restricted to the JSON
@@ -69,6 +71,30 @@ public:
     void setDictationModeEnabled(bool enabled);
     void setSpellingEnabled(bool enabled);
 
+    // Early end of a command (0, the default: off). When on, a command
+    // recognizer whose partial result is exactly an available phrase that no
+    // longer phrase begins with, after `quietMilliseconds` of quiet since
+    // that partial last changed, ends the utterance at once; its final
+    // result is then delivered like any other. With dictation on, dictated
+    // text that arrives while the command recognizer is still deciding on a
+    // phrase is held until it has decided (see processAudio). Negative
+    // values count as 0.
+    void setEarlyEnd(int quietMilliseconds);
+    int earlyEnd() const;
+    // Chained commands (off by default): a final command text that splits
+    // completely into phrases of the list is delivered phrase by phrase.
+    void setChaining(bool enabled);
+    bool chaining() const;
+    // A grammar that a spoken key switches on: its key and its phrases. With
+    // chaining on they join the command recognizer's grammar, so that a key
+    // and a command of its grammar can be said in one breath; they count as
+    // commands only after their key in a chain.
+    struct KeyedPhrases {
+        std::string key;
+        std::vector<std::string> phrases;
+    };
+    void setKeyedPhrases(const std::vector<KeyedPhrases>& grammars);
+
 private:
     void init();
     std::string createCommandsPhrases();
@@ -85,6 +111,23 @@ private:
     // The stages of processAudio, each on the worker thread. runCommandStage
     // sets commandTaken when it delivered a confident final result.
     void runCommandStage(const char* data, int length, bool& commandTaken);
+    // Delivers a final or partial result of the command recognizer; true
+    // when it delivered a final one (the recognizer then goes). With
+    // `flushed`, `json` came from finalResult() and needs no discarded one.
+    bool deliverCommandResult(const std::string& json, bool accepted, bool flushed, bool& commandTaken);
+    // Chaining: a final text that is no phrase but a sequence of them; true
+    // when it was one (and was delivered).
+    bool deliverChain(const std::string& json, bool& commandTaken);
+    bool chainConfident(const std::string& json, const std::vector<std::string>& phrases);
+    // Early end: follows the command recognizer's partial and the quiet, and
+    // ends the utterance when both say it is over.
+    void followCommandPartial(const std::string& json, bool accepted, int quietMilliseconds, bool& commandTaken);
+    std::shared_ptr<const PhraseIndex> phraseIndex();
+    // Dictated text held while the command recognizer decides.
+    // `onset`: when the dictation recognizer's utterance began, -1 if unknown.
+    bool holdDictation(const std::string& text, KSR::RecognitionState state, long long onset);
+    void settleHeldDictation(bool fast);
+    void releaseHeldDictation();
     bool ensureCommandRecognizer();
     void runDictationStage(const char* data, int length, bool commandTaken);
     void runSpellingStage(const char* data, int length, bool commandTaken);
@@ -122,6 +165,14 @@ private:
     // being lost when a chunk clears m_commandsChanged between the host's
     // setCommandsList and setActivated(true). Guarded by m_mutex.
     bool m_commandsListPending;
+
+    std::atomic<int> m_earlyEndMilliseconds;
+    std::atomic<bool> m_chaining;
+    // Guarded by m_mutex: the phrases of keyed grammars, and whether the
+    // phrase index must be rebuilt from the lists.
+    std::vector<KeyedPhrases> m_keyedPhrases;
+    bool m_phraseIndexStale;
+    std::unique_ptr<FastCommandState> mp_fast;  // worker thread only
 
     // Guards the lists, keywords, phrase text and the two functions.
     mutable std::mutex m_mutex;

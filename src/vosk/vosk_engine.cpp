@@ -2,7 +2,10 @@
 // phrase list of the command recognizer, the keyword rule, and the switches.
 #include "vosk_engine.h"
 
+#include <algorithm>
+
 #include "ksr_logger.h"
+#include "vosk/fast_command_state.h"
 #include "vosk/json_phrase.h"
 #include "vosk/vosk_recognizer.h"
 #include "vosk_model.h"
@@ -53,6 +56,10 @@ Engine::Engine()
     , m_activated(false)
     , m_modeChanged(false)
     , m_commandsListPending(false)
+    , m_earlyEndMilliseconds(0)
+    , m_chaining(false)
+    , m_phraseIndexStale(true)
+    , mp_fast(new FastCommandState())
 {
 }
 
@@ -235,6 +242,20 @@ std::string Engine::buildCommandsPhrasesLocked()
             appendJsonString(phrases, m_commandsList.back());
         }
     }
+    // Heard only so that a key and a command of its grammar can be said in
+    // one breath; they stay out of m_commandsList, so alone they are no
+    // command.
+    if (m_chaining) {
+        for (const KeyedPhrases& grammar : m_keyedPhrases) {
+            for (const std::string& phrase : grammar.phrases) {
+                if (std::find(m_commandsList.begin(), m_commandsList.end(), phrase) != m_commandsList.end())
+                    continue;
+                phrases += ',';
+                appendJsonString(phrases, phrase);
+            }
+        }
+    }
+    m_phraseIndexStale = true;
     phrases += ']';
     return phrases;
 }
@@ -281,6 +302,19 @@ bool Engine::setActivated(bool active)
     m_commandsChanged = true;
     m_activated = true;
     return true;
+}
+
+void Engine::setEarlyEnd(int quietMilliseconds) { m_earlyEndMilliseconds = std::max(0, quietMilliseconds); }
+int Engine::earlyEnd() const { return m_earlyEndMilliseconds; }
+void Engine::setChaining(bool enabled) { m_chaining = enabled; }
+bool Engine::chaining() const { return m_chaining; }
+
+// Takes effect with the next phrase-list build, like the command list.
+void Engine::setKeyedPhrases(const std::vector<KeyedPhrases>& grammars)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_keyedPhrases = grammars;
+    m_commandsChanged = true;
 }
 
 void Engine::setDictationModeEnabled(bool enabled)

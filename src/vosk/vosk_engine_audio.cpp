@@ -8,6 +8,7 @@
 // command function).
 #include "vosk_engine.h"
 
+#include "vosk/fast_command_state.h"
 #include "vosk/vosk_recognizer.h"
 #include "vosk_model.h"
 
@@ -50,6 +51,12 @@ void Engine::processAudio(const char* data, int length)
     if (!m_initialized || !m_activated || !data || length <= 0)
         return;
 
+    // The early end needs the quiet of every chunk; read once, so that a
+    // host changing it mid-chunk cannot split one chunk between two rules.
+    const bool fast = m_earlyEndMilliseconds > 0;
+    if (fast)
+        mp_fast->voice.feed(reinterpret_cast<const std::int16_t*>(data), static_cast<std::size_t>(length) / 2);
+
     bool commandTaken = false;
     runCommandStage(data, length, commandTaken);
 
@@ -60,8 +67,13 @@ void Engine::processAudio(const char* data, int length)
     // the change is not lost.
     if (m_commandsChanged.exchange(false)) {
         mp_commandRecognizer.reset();
+        mp_fast->commandRecognizerGone();
+        if (mp_fast->verdict == FastCommandState::Verdict::Pending)
+            mp_fast->verdict = FastCommandState::Verdict::NotTaken;
+        settleHeldDictation(fast);
         return;
     }
+    settleHeldDictation(fast);
     runDictationStage(data, length, commandTaken);
 }
 
@@ -104,9 +116,23 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
         // A mode switch flushes the audio heard so far, once.
         mp_commandRecognizer->finalResult();
         mp_commandRecognizer.reset();
+        mp_fast->commandRecognizerGone();
         return;
     }
 
+    if (accepted && m_chaining && deliverChain(json, commandTaken)) {
+        mp_commandRecognizer.reset();
+        mp_fast->commandRecognizerGone();
+        return;
+    }
+    const bool finalDelivered = deliverCommandResult(json, accepted, false, commandTaken);
+    const int quiet = m_earlyEndMilliseconds;
+    if (quiet > 0 && !finalDelivered && mp_commandRecognizer)
+        followCommandPartial(json, accepted, quiet, commandTaken);
+}
+
+bool Engine::deliverCommandResult(const std::string& json, bool accepted, bool flushed, bool& commandTaken)
+{
     const std::string command = resultToCommand(json);
     std::string text = commandToText(command);
     const bool confident = isConfident(json, Command);
@@ -117,28 +143,35 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
     if (!text.empty()) {
         const KSR::DictationRecognizedFunction deliver = dictationFunction();
         if (!deliver)
-            return;
+            return false;
         deliver(text, state);
     } else if (!command.empty()) {
         const KSR::CommandRecognizedFunction deliver = commandFunction();
         if (!deliver)
-            return;
+            return false;
         deliver(command, state);
     } else {
-        return;
+        // A final result that is no command: the utterance is decided.
+        if (accepted)
+            mp_fast->verdict = FastCommandState::Verdict::NotTaken;
+        return false;
     }
 
     if (state == KSR::Hypothesis)
-        return;
+        return false;
+    mp_fast->verdict = FastCommandState::Verdict::NotTaken;
     if (state == KSR::Recognized) {
         // The words of a confident command must not also be dictated.
         commandTaken = true;
-        if (mp_commandRecognizer)
+        mp_fast->verdict = FastCommandState::Verdict::Taken;
+        if (mp_commandRecognizer && !flushed)
             mp_commandRecognizer->finalResult();
     }
     // After a final delivery the next chunk starts a fresh recognizer built
     // from the current phrases.
     mp_commandRecognizer.reset();
+    mp_fast->commandRecognizerGone();
+    return true;
 }
 
 void Engine::runDictationStage(const char* data, int length, bool commandTaken)
@@ -162,13 +195,19 @@ void Engine::runDictationStage(const char* data, int length, bool commandTaken)
 
     const bool confident = isConfident(json, Dictation);
     std::string text = jsonToString(json);
+    const long long onset = mp_fast->dictationOnset;
+    if (accepted)
+        mp_fast->dictationOnset = -1;
+    else if (!text.empty() && onset < 0)
+        mp_fast->dictationOnset = mp_fast->voice.samplesHeard();
     if (text.empty())
         return;
     const KSR::DictationRecognizedFunction deliver = dictationFunction();
     if (!deliver)
         return;
     const KSR::RecognitionState state = stateOf(accepted, confident);
-    deliver(text, state);
+    if (state == KSR::Hypothesis || !holdDictation(text, state, onset))
+        deliver(text, state);
     if (state == KSR::Recognized && mp_dictationRecognizer)
         mp_dictationRecognizer->finalResult();
 }
@@ -192,14 +231,19 @@ void Engine::runSpellingStage(const char* data, int length, bool commandTaken)
     const KSR::DictationRecognizedFunction deliver = dictationFunction();
     if (!deliver)
         return;
-    deliver(letters, confident ? KSR::Recognized : KSR::Failed);
+    const KSR::RecognitionState state = confident ? KSR::Recognized : KSR::Failed;
+    if (!holdDictation(letters, state, -1))
+        deliver(letters, state);
     if (confident && mp_spellingRecognizer)
         mp_spellingRecognizer->finalResult();
 }
 
-// The end of capture: whatever the recognizers still hold is dropped.
+// The end of capture: whatever the recognizers still hold is dropped, but
+// dictated text held for the early end of a command was recognized before
+// and goes out.
 void Engine::processFinalAudio()
 {
+    releaseHeldDictation();
     if (mp_commandRecognizer)
         mp_commandRecognizer->finalResult();
     if (mp_dictationRecognizer)

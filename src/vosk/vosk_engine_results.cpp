@@ -14,6 +14,7 @@
 // "result" that is not an array as one without words.
 #include "vosk_engine.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstddef>
@@ -61,6 +62,36 @@ int truncateToInt(double value)
     return static_cast<int>(value);
 }
 
+// The lowest word confidence and the mean, in whole per cent, of `count`
+// word objects from `first`. The sum is single precision and both figures
+// are truncated: with 0.95 and 0.85 the minimum is 85 and the mean 89, not
+// 90. Objects without "conf" add nothing but still count; the mean of none
+// is not a number, which truncates to the smallest value.
+struct WordConfidence {
+    int minimum;
+    int average;
+};
+
+WordConfidence measure(const rapidjson::Value& result, rapidjson::SizeType first, rapidjson::SizeType count)
+{
+    int minimum = 100;
+    float sum = 0.0f;
+    for (rapidjson::SizeType i = first; i < first + count; ++i) {
+        const rapidjson::Value& word = result[i];
+        if (!word.IsObject())
+            continue;
+        const auto conf = word.FindMember("conf");
+        if (conf == word.MemberEnd())
+            continue;
+        const float value = conf->value.IsNumber() ? static_cast<float>(conf->value.GetDouble()) : 0.0f;
+        sum += value;
+        const float percent = value * 100.0f;
+        if (static_cast<float>(minimum) > percent)
+            minimum = truncateToInt(percent);
+    }
+    return {minimum, truncateToInt(static_cast<double>(sum) * 100.0 / static_cast<double>(count))};
+}
+
 }  // namespace
 
 std::string Engine::jsonToString(const std::string& json)
@@ -83,10 +114,8 @@ std::string Engine::jsonToString(const std::string& json)
 
 // Confident when every word and the mean reach the command threshold
 // (Command), or when the mean reaches the dictation threshold (any other
-// mode). The sum is single precision and both figures are truncated: with
-// 0.95 and 0.85 the minimum is 85 and the mean 89, not 90. Results that hold
-// "[unk]" anywhere in the text are never confident, nor are results without
-// words (the mean of none is not a number).
+// mode). Results that hold "[unk]" anywhere in the text are never
+// confident, nor are results without words.
 bool Engine::isConfident(const std::string& json, RecognitionMode mode)
 {
     const ResultDocument parsed(json);
@@ -101,29 +130,39 @@ bool Engine::isConfident(const std::string& json, RecognitionMode mode)
     if (json.find("[unk]") != std::string::npos)
         return false;
 
-    int minimum = 100;
-    float sum = 0.0f;
     const rapidjson::SizeType count = result->value.IsArray() ? result->value.Size() : 0;
-    for (rapidjson::SizeType i = 0; i < count; ++i) {
-        const rapidjson::Value& word = result->value[i];
-        if (!word.IsObject())
-            continue;
-        const auto conf = word.FindMember("conf");
-        if (conf == word.MemberEnd())
-            continue;
-        const float value = conf->value.IsNumber() ? static_cast<float>(conf->value.GetDouble()) : 0.0f;
-        sum += value;
-        const float percent = value * 100.0f;
-        if (static_cast<float>(minimum) > percent)
-            minimum = truncateToInt(percent);
-    }
-    const int average = truncateToInt(static_cast<double>(sum) * 100.0 / static_cast<double>(count));
-
+    const WordConfidence words = measure(result->value, 0, count);
     if (mode == Command) {
         const int threshold = m_commandConfidenceThreshold;
-        return minimum >= threshold && average >= threshold;
+        return words.minimum >= threshold && words.average >= threshold;
     }
-    return average >= m_dictationConfidenceThreshold;
+    return words.average >= m_dictationConfidenceThreshold;
+}
+
+// Every phrase of a chain by the command rule on its own words: the
+// recognizer writes one word object per word of the text, in order.
+bool Engine::chainConfident(const std::string& json, const std::vector<std::string>& phrases)
+{
+    const ResultDocument parsed(json);
+    if (!parsed.isObject())
+        return false;
+    const rapidjson::Document& document = parsed.root();
+    const auto result = document.FindMember("result");
+    if (result == document.MemberEnd() || !result->value.IsArray())
+        return false;
+    rapidjson::SizeType first = 0;
+    const int threshold = m_commandConfidenceThreshold;
+    for (const std::string& phrase : phrases) {
+        const rapidjson::SizeType count =
+            static_cast<rapidjson::SizeType>(std::count(phrase.begin(), phrase.end(), ' ') + 1);
+        if (first + count > result->value.Size())
+            return false;
+        const WordConfidence words = measure(result->value, first, count);
+        if (words.minimum < threshold || words.average < threshold)
+            return false;
+        first += count;
+    }
+    return first == result->value.Size();
 }
 
 std::string Engine::resultToCommand(const std::string& json)

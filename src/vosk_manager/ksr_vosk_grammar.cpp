@@ -326,9 +326,19 @@ KSR_VoskGrammar::CommandMap KSR_VoskGrammar::getAvailableCommands() const
 
 void KSR_VoskGrammar::collectAvailableCommands(std::vector<std::shared_ptr<CommandInfo>>& commands) const
 {
+    collectCommands(commands, true);
+}
+
+void KSR_VoskGrammar::collectCommandsOfAllRules(std::vector<std::shared_ptr<CommandInfo>>& commands) const
+{
+    collectCommands(commands, false);
+}
+
+void KSR_VoskGrammar::collectCommands(std::vector<std::shared_ptr<CommandInfo>>& commands, bool activeRulesOnly) const
+{
     std::lock_guard<std::mutex> lock(*m_mutex);
     for (const auto& rule : m_rules) {
-        if (!rule.second->active)
+        if (activeRulesOnly && !rule.second->active)
             continue;
         for (const auto& command : rule.second->commands)
             if (command.second->available)

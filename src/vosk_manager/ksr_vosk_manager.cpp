@@ -108,10 +108,62 @@ void KSR_VoskManager::startRecognizing()
     for (const auto& command : commands)
         phrases.push_back(command->phrase);
     if (mp_engine) {
+        if (mp_engine->chaining())
+            mp_engine->setKeyedPhrases(keyedPhrasesLocked());
         mp_engine->setCommandsList(phrases);
         mp_engine->setActivated(true);
     }
 }
+
+// Every keyed grammar with the commands that its key would switch on.
+std::vector<Vosk::Engine::KeyedPhrases> KSR_VoskManager::keyedPhrasesLocked()
+{
+    std::vector<Vosk::Engine::KeyedPhrases> keyed;
+    std::vector<std::shared_ptr<KSR_VoskGrammar::CommandInfo>> commands;
+    for (const auto& entry : m_grammars) {
+        const std::string key = entry.second->activationKey();
+        if (key.empty())
+            continue;
+        commands.clear();
+        entry.second->collectCommandsOfAllRules(commands);
+        Vosk::Engine::KeyedPhrases grammar{key, {}};
+        for (const auto& command : commands)
+            grammar.phrases.push_back(command->phrase);
+        keyed.push_back(std::move(grammar));
+    }
+    return keyed;
+}
+
+bool KSR_VoskManager::setFastCommands(int quietMilliseconds)
+{
+    if (!mp_engine || quietMilliseconds < 0)
+        return false;
+    mp_engine->setEarlyEnd(quietMilliseconds);
+    return true;
+}
+
+int KSR_VoskManager::fastCommands() { return mp_engine ? mp_engine->earlyEnd() : 0; }
+
+bool KSR_VoskManager::setCommandChaining(bool enabled)
+{
+    if (!mp_engine)
+        return false;
+    // Under the lock, like a grammar change: the keyed grammars' phrases join
+    // or leave the recognizer's grammar with a rebuild while listening.
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    if (mp_engine->chaining() == enabled)
+        return true;
+    mp_engine->setChaining(enabled);
+    if (!enabled)
+        mp_engine->setKeyedPhrases({});
+    if (mp_engine->isActivated()) {
+        mp_engine->setActivated(false);
+        startRecognizing();
+    }
+    return true;
+}
+
+bool KSR_VoskManager::commandChaining() { return mp_engine && mp_engine->chaining(); }
 
 void KSR_VoskManager::stopRecognizing()
 {

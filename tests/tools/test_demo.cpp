@@ -434,3 +434,59 @@ TEST_F(Demo, WithoutAnyCaptureDeviceTheMicrophoneExitsWith6)
     EXPECT_EQ(run.status, 6);
     EXPECT_NE(run.err.find("ksr-demo: no capture device found"), std::string::npos);
 }
+
+// --fast-commands and --chain, and the same two settings in the grammar file.
+namespace {
+
+const char* const kKeyedGrammar = R"({
+  "grammars": [ { "name": "files", "activationKey": "north", "rules": [ { "name": "files", "commands": ["open file"] } ] },
+                { "name": "edit", "activationKey": "south", "active": true,
+                  "rules": [ { "name": "edit", "commands": ["save file"] } ] } ])";
+
+Strings commandTexts(const DemoRun& run)
+{
+    Strings out;
+    for (const DemoEvent& event : parseEvents(run))
+        if (event.event == "command")
+            out.push_back(event.text + " " + event.grammarName);
+    return out;
+}
+
+}  // namespace
+
+TEST_F(Demo, ChainFlagTakesAKeyAndItsCommandInOneBreath)
+{
+    const std::string grammar = folder.write("keyed.json", std::string(kKeyedGrammar) + "\n}\n");
+    const std::string clip = std::string(KSR_SOURCE_DIR) + "/tests/clips/chain_north_open_file.wav";
+    DemoRun run = hear(grammar, {clip});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(commandTexts(run).empty());
+    Strings arguments = {"--model", TestData::modelPath(), "--grammar", grammar, "--json", "--fast-commands",
+                         "--chain", "--wav", clip};
+    run = runDemo(arguments);
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(commandTexts(run), (Strings{"open file files"}));
+}
+
+TEST_F(Demo, SettingsInTheGrammarFile)
+{
+    const std::string grammar = folder.write(
+        "keyed.json", std::string(kKeyedGrammar) + ",\n  \"settings\": { \"fastCommands\": 250, \"chain\": true }\n}\n");
+    const DemoRun run = hear(grammar, {std::string(KSR_SOURCE_DIR) + "/tests/clips/chain_north_open_file.wav"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(commandTexts(run), (Strings{"open file files"}));
+}
+
+TEST_F(Demo, BadFastCommandSettingsAreRefused)
+{
+    DemoRun run = runDemo({"--fast-commands", "soon", "--wav", "a.wav"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_NE(run.err.find("--fast-commands needs a quiet time of 1 to 5000 ms, not \"soon\""), std::string::npos)
+        << run.err;
+    const std::string grammar =
+        folder.write("bad.json", std::string(kKeyedGrammar) + ",\n  \"settings\": { \"fastCommands\": -5 }\n}\n");
+    run = hear(grammar, {"cmd_open_file.wav"});
+    EXPECT_EQ(run.status, 4);
+    EXPECT_NE(run.err.find("settings: \"fastCommands\" must be 0 (off) or a quiet time in ms"), std::string::npos)
+        << run.err;
+}

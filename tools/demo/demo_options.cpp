@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "ksr_vosk_manager.h"
+
 namespace {
 
 bool isOption(const std::string& argument) { return argument.rfind("--", 0) == 0; }
@@ -31,6 +33,9 @@ const char* demoUsage()
            "  --model DIR     acoustic model; default: $KALO_ACOUSTIC_MODEL_PATH, else the bundled one\n"
            "  --json          one JSON object per line instead of text\n"
            "  --hypotheses    also print partial results (each new one once)\n"
+           "  --fast-commands [MS]  end a command after MS of quiet (default 250) instead of the\n"
+           "                  decoder's own end of utterance; no command is typed into dictation\n"
+           "  --chain         phrases said in one breath (\"north open file\") count one by one\n"
            "\n"
            "exit status: 0 done, 2 bad arguments, 3 no usable model, 4 bad grammar file,\n"
            "             5 unreadable audio file, 6 no such microphone or capture failed\n";
@@ -59,6 +64,20 @@ bool parseDemoOptions(int argc, char** argv, DemoOptions& options, std::string& 
             options.poll = true;
         } else if (argument == "--list-mics") {
             options.listDevices = true;
+        } else if (argument == "--chain") {
+            options.chain = true;
+        } else if (argument == "--fast-commands") {
+            options.fastCommands = KSR_VoskManager::DefaultFastCommandsQuiet;
+            if (hasValue) {
+                const std::string value = argv[++i];
+                char* end = nullptr;
+                const long quiet = std::strtol(value.c_str(), &end, 10);
+                if (value.empty() || *end != '\0' || quiet <= 0 || quiet > 5000) {
+                    error = "--fast-commands needs a quiet time of 1 to 5000 ms, not \"" + value + "\"";
+                    return false;
+                }
+                options.fastCommands = static_cast<int>(quiet);
+            }
         } else if (argument == "--grammar" || argument == "--model" || argument == "--seconds") {
             if (!hasValue) {
                 error = argument + " needs a value";

@@ -137,7 +137,7 @@ bool readDocument(const Value& root, GrammarFile& file, std::string& error)
         error = "the top level must be an object";
         return false;
     }
-    if (!onlyKeys(root, {"grammars", "dictation", "thresholds", "modes"}, "top level", error))
+    if (!onlyKeys(root, {"grammars", "dictation", "thresholds", "modes", "settings"}, "top level", error))
         return false;
     if (!root.HasMember("grammars") || !root["grammars"].IsArray()) {
         error = "\"grammars\" must be a list of grammars";
@@ -186,6 +186,21 @@ bool readDocument(const Value& root, GrammarFile& file, std::string& error)
             !readBool(modes, "capitals", file.capitals, "modes", error) ||
             !readBool(modes, "spelling", file.spelling, "modes", error))
             return false;
+    }
+    if (root.HasMember("settings")) {
+        const Value& settings = root["settings"];
+        if (!settings.IsObject()) {
+            error = "\"settings\" must be an object";
+            return false;
+        }
+        if (!onlyKeys(settings, {"fastCommands", "chain"}, "settings", error) ||
+            !readInt(settings, "fastCommands", file.fastCommands, "settings", error) ||
+            !readBool(settings, "chain", file.chain, "settings", error))
+            return false;
+        if (file.fastCommands < 0) {
+            error = "settings: \"fastCommands\" must be 0 (off) or a quiet time in ms";
+            return false;
+        }
     }
     return true;
 }
@@ -300,5 +315,8 @@ bool registerGrammarFile(KSR_VoskManager& manager, const GrammarFile& file, Gram
         manager.setSpellingModeEnabled(true);
     if (file.capitals)
         manager.setCapitalsModeEnabled(true);
+    manager.setFastCommands(file.fastCommands);
+    if (file.chain)
+        manager.setCommandChaining(true);
     return true;
 }

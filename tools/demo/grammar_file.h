@@ -24,7 +24,10 @@ class KSR_VoskManager;
 //     "activationKey": "",  "active": true,
 //     "forcedWordsKeyword": "force", "forcedWords": ["smith"] },
 //   "thresholds": { "command": 90, "dictation": 50 },   optional, per cent
-//   "modes": { "numerals": false, "capitals": false, "spelling": false }
+//   "modes": { "numerals": false, "capitals": false, "spelling": false },
+//   "settings": { "fastCommands": 250, "chain": true }   optional: the early
+//                                       end's quiet time in ms (0: off) and
+//                                       chained commands, both off by default
 // }
 //
 // Unknown keys are refused, so that a misspelt key is not silently ignored.
@@ -54,6 +57,8 @@ struct GrammarFile {
     bool numerals = false;
     bool capitals = false;
     bool spelling = false;
+    int fastCommands = 0;  // quiet time in ms; 0: off
+    bool chain = false;
 };
 
 // Names of what was registered, for printing results.

@@ -172,6 +172,10 @@ int main(int argc, char** argv)
     GrammarFile grammar;
     if (!readGrammarFile(grammarPath, grammar, error))
         return fail(DemoExit::Grammar, "grammar file " + grammarPath + ": " + error);
+    // The command line wins over the file.
+    if (options.fastCommands >= 0)
+        grammar.fastCommands = options.fastCommands;
+    grammar.chain = grammar.chain || options.chain;
 
     QCoreApplication app(argc, argv);
     K_SRInterface::registerKSRTypes();

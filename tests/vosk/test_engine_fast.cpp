@@ -1,0 +1,247 @@
+// The fast-commands pieces against the libvosk test double: the phrase
+// index, the voice-activity measure, chain delivery and the confidence of
+// each chained phrase, and dictated text held while the command recognizer
+// decides.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "fake_vosk.h"
+#include "vosk/phrase_index.h"
+#include "vosk/voice_activity.h"
+#include "vosk_engine.h"
+
+using FakeVosk::Kind;
+using Strings = std::vector<std::string>;
+
+namespace {
+
+std::string partial(const std::string& text) { return "{\n  \"partial\" : \"" + text + "\"\n}"; }
+
+std::string final(const std::string& text, const Strings& confs)
+{
+    std::string json = "{\n  \"result\" : [";
+    for (std::size_t i = 0; i < confs.size(); ++i)
+        json += std::string(i ? ", " : "") + "{\n      \"conf\" : " + confs[i] + ",\n      \"word\" : \"w\"\n    }";
+    return json + "],\n  \"text\" : \"" + text + "\"\n}";
+}
+
+struct Delivery {
+    std::string text;
+    int state;
+    bool operator==(const Delivery& other) const { return text == other.text && state == other.state; }
+};
+
+std::ostream& operator<<(std::ostream& out, const Delivery& d) { return out << "(" << d.text << ", " << d.state << ")"; }
+
+using Deliveries = std::vector<Delivery>;
+
+}  // namespace
+
+TEST(PhraseIndex, SplitsLeftmostLongest)
+{
+    const Vosk::PhraseIndex index({"new line", "literal", "literal new line", "add comma", "add"}, {});
+    EXPECT_EQ(index.split("new line new line"), (Strings{"new line", "new line"}));
+    EXPECT_EQ(index.split("literal new line"), (Strings{"literal new line"}));
+    EXPECT_EQ(index.split("add comma add"), (Strings{"add comma", "add"}));
+    EXPECT_TRUE(index.split("new line house").empty());
+    EXPECT_TRUE(index.split("").empty());
+}
+
+TEST(PhraseIndex, KeyedPhrasesCountOnlyAfterTheirKey)
+{
+    const Vosk::PhraseIndex index({"north", "south", "undo"}, {{"north", {"open file"}}, {"south", {"undo"}}});
+    EXPECT_EQ(index.split("north open file"), (Strings{"north", "open file"}));
+    EXPECT_TRUE(index.split("open file").empty());
+    EXPECT_TRUE(index.split("south open file").empty());
+    EXPECT_EQ(index.classify("north open file", true), Vosk::PhraseMatch::Complete);
+    EXPECT_EQ(index.classify("open file", true), Vosk::PhraseMatch::None);
+}
+
+TEST(PhraseIndex, ClassifiesForTheEarlyEnd)
+{
+    const Vosk::PhraseIndex index({"open", "open file", "undo", "new line"}, {});
+    EXPECT_EQ(index.classify("open", false), Vosk::PhraseMatch::Beginning);
+    EXPECT_EQ(index.classify("open file", false), Vosk::PhraseMatch::Complete);
+    EXPECT_EQ(index.classify("new", false), Vosk::PhraseMatch::Beginning);
+    EXPECT_EQ(index.classify("undo undo", false), Vosk::PhraseMatch::None);
+    EXPECT_EQ(index.classify("undo undo", true), Vosk::PhraseMatch::Complete);
+    EXPECT_EQ(index.classify("undo new", true), Vosk::PhraseMatch::Beginning);
+    EXPECT_EQ(index.classify("undo open", true), Vosk::PhraseMatch::Beginning);
+    EXPECT_EQ(index.classify("undo house", true), Vosk::PhraseMatch::None);
+}
+
+namespace {
+
+std::vector<std::int16_t> tone(std::size_t samples, double amplitude)
+{
+    std::vector<std::int16_t> out(samples);
+    for (std::size_t i = 0; i < samples; ++i)
+        out[i] = static_cast<std::int16_t>(amplitude * std::sin(0.3 * static_cast<double>(i)));
+    return out;
+}
+
+}  // namespace
+
+TEST(VoiceActivity, SpeechAboveTheFloorIsVoiceAndQuietCountsFromItsEnd)
+{
+    Vosk::VoiceActivity voice;
+    const auto noise = tone(16000, 30.0);
+    voice.feed(noise.data(), noise.size());
+    EXPECT_EQ(voice.samplesSinceVoice(), 16000);  // steady noise is never voice
+    const auto speech = tone(4800, 3000.0);
+    voice.feed(speech.data(), speech.size());
+    EXPECT_EQ(voice.samplesSinceVoice(), 0);
+    voice.feed(noise.data(), 2400);
+    EXPECT_EQ(voice.samplesSinceVoice(), 2400);
+    EXPECT_EQ(voice.samplesHeard(), 16000 + 4800 + 2400);
+}
+
+TEST(VoiceActivity, ARisenNoiseFloorIsQuietAfterTheWindow)
+{
+    Vosk::VoiceActivity voice;
+    const auto quiet = tone(16000, 30.0);
+    voice.feed(quiet.data(), quiet.size());
+    // 20 dB louder noise: voice until the quiet frames have left the window.
+    const auto louder = tone(32000, 300.0);
+    voice.feed(louder.data(), louder.size());
+    // The 59 frames after the jump still find a quiet frame in their 600 ms.
+    EXPECT_EQ(voice.samplesSinceVoice(), 32000 - 59 * 160);
+}
+
+class EngineFast : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        FakeVosk::reset();
+        chunk.assign(3200, '\0');  // 100 ms of digital silence: always quiet
+        ASSERT_TRUE(engine.initialize("/model"));
+        engine.setLiteralKeyword("literal");
+        engine.setCommandsList({"new line", "add comma", "add space", "north"});
+        ASSERT_TRUE(engine.setActivated(true));
+        engine.setCommandRecognizedFunction(
+            [this](const std::string& text, KSR::RecognitionState state) { commands.push_back({text, state}); });
+        engine.setDictationRecognizedFunction(
+            [this](std::string& text, KSR::RecognitionState state) { dictated.push_back({text, state}); });
+        feed(1);  // the chunk a fresh grammar drops
+    }
+
+    void feed(int chunks)
+    {
+        for (int i = 0; i < chunks; ++i)
+            engine.processAudio(chunk.data(), static_cast<int>(chunk.size()));
+    }
+
+    Deliveries finals(const Deliveries& all)
+    {
+        Deliveries out;
+        for (const Delivery& d : all)
+            if (d.state != KSR::Hypothesis)
+                out.push_back(d);
+        return out;
+    }
+
+    Vosk::Engine engine;
+    std::string chunk;
+    Deliveries commands, dictated;
+};
+
+TEST_F(EngineFast, ChainIsDeliveredPhraseByPhrase)
+{
+    engine.setChaining(true);
+    FakeVosk::pushStep(Kind::Command, 1, final("new line add comma", {"1.0", "1.0", "0.95", "0.92"}));
+    feed(1);
+    EXPECT_EQ(commands, (Deliveries{{"new line", 2}, {"add comma", 2}}));
+}
+
+TEST_F(EngineFast, OneWeakPhraseMakesTheChainOneFailure)
+{
+    engine.setChaining(true);
+    // "add comma" alone has minimum 85: it fails though the mean of all is 95.
+    FakeVosk::pushStep(Kind::Command, 1, final("new line add comma", {"1.0", "1.0", "0.85", "1.0"}));
+    feed(1);
+    EXPECT_EQ(commands, (Deliveries{{"new line add comma", 0}}));
+}
+
+TEST_F(EngineFast, ChainWithAnUnknownWordGivesNothing)
+{
+    engine.setChaining(true);
+    FakeVosk::pushStep(Kind::Command, 1, final("new line [unk] add comma", {"1.0", "1.0", "1.0", "1.0", "1.0"}));
+    feed(1);
+    EXPECT_TRUE(commands.empty());
+}
+
+TEST_F(EngineFast, ChainIsNoCommandWithChainingOff)
+{
+    FakeVosk::pushStep(Kind::Command, 1, final("new line add comma", {"1.0", "1.0", "1.0", "1.0"}));
+    feed(1);
+    EXPECT_TRUE(commands.empty());
+}
+
+TEST_F(EngineFast, EarlyEndTakesTheFinalResultAfterTheQuietTime)
+{
+    engine.setEarlyEnd(250);
+    FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+    FakeVosk::pushFinal(Kind::Command, final("add comma", {"1.0", "1.0"}));
+    // The partial stays; 250 ms of quiet after it changed is the third chunk after it.
+    for (int i = 0; i < 2; ++i)
+        FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+    feed(3);
+    EXPECT_TRUE(finals(commands).empty());
+    FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+    feed(1);
+    EXPECT_EQ(finals(commands), (Deliveries{{"add comma", 2}}));
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 0);
+}
+
+TEST_F(EngineFast, HeldDictationOfATakenCommandIsDropped)
+{
+    engine.setEarlyEnd(250);
+    engine.setDictationModeEnabled(true);
+    feed(1);  // the mode switch's flush
+    FakeVosk::pushStep(Kind::Dictation, 0, partial("add"));
+    FakeVosk::pushStep(Kind::Command, 0, partial("add"));
+    FakeVosk::pushStep(Kind::Dictation, 1, final("add comma", {"1.0", "1.0"}));
+    FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+    FakeVosk::pushFinal(Kind::Command, final("add comma", {"1.0", "1.0"}));
+    for (int i = 0; i < 3; ++i)
+        FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+    feed(5);
+    EXPECT_EQ(finals(commands), (Deliveries{{"add comma", 2}}));
+    EXPECT_TRUE(finals(dictated).empty());
+}
+
+TEST_F(EngineFast, HeldDictationIsReleasedInOrderWithinTheBound)
+{
+    engine.setEarlyEnd(250);
+    engine.setDictationModeEnabled(true);
+    feed(1);
+    FakeVosk::pushStep(Kind::Dictation, 0, partial("add"));
+    FakeVosk::pushStep(Kind::Command, 0, partial("add"));
+    FakeVosk::pushStep(Kind::Dictation, 1, final("add", {"1.0"}));
+    // The command recognizer never gets past the beginning of "add comma".
+    FakeVosk::setCycle(Kind::Command, {{0, partial("add")}});
+    FakeVosk::pushStep(Kind::Dictation, 0, partial("hello"));
+    FakeVosk::pushStep(Kind::Dictation, 1, final("hello", {"1.0"}));
+    feed(4);
+    EXPECT_TRUE(finals(dictated).empty());
+    feed(8);  // up to a second of audio after the hold began
+    EXPECT_TRUE(finals(dictated).empty());
+    feed(2);
+    EXPECT_EQ(finals(dictated), (Deliveries{{"add", 2}, {"hello", 2}}));
+}
+
+TEST_F(EngineFast, HeldDictationGoesOutAtTheEndOfCapture)
+{
+    engine.setEarlyEnd(250);
+    engine.setDictationModeEnabled(true);
+    feed(1);
+    FakeVosk::pushStep(Kind::Dictation, 0, partial("add"));
+    FakeVosk::pushStep(Kind::Command, 0, partial("add"));
+    FakeVosk::pushStep(Kind::Dictation, 1, final("add", {"1.0"}));
+    FakeVosk::pushStep(Kind::Command, 0, partial("add"));
+    feed(2);
+    EXPECT_TRUE(finals(dictated).empty());
+    engine.processFinalAudio();
+    EXPECT_EQ(finals(dictated), (Deliveries{{"add", 2}}));
+}
