@@ -13,71 +13,19 @@ extern "C" {
 #include <libavutil/error.h>
 }
 
-#include <cstdint>
-#include <cstring>
-#include <memory>
+#include <list>
 #include <string>
 #include <vector>
 
 #include "audio/audio_device.h"
-#include "fake_openal.h"
+#include "fake_openal_fixture.h"
 #include "swr_init_fault.h"
 
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
 using FakeOpenAl::Call;
-using Strings = std::vector<std::string>;
 
 namespace {
 
-class AudioOpenAlFailures : public testing::Test {
-protected:
-    void SetUp() override { FakeOpenAl::reset(); }
-
-    void TearDown() override
-    {
-        if (device)
-            destroy();
-        EXPECT_EQ(FakeOpenAl::openHandles(), Strings{});
-        EXPECT_EQ(FakeOpenAl::misuses(), Strings{});
-        EXPECT_EQ(FakeOpenAl::currentContext(), "null");
-    }
-
-    // Builds the device and returns what its construction wrote.
-    std::string build()
-    {
-        CaptureStderr();
-        device.reset(new AudioDevice);
-        return GetCapturedStderr();
-    }
-
-    // Destroys the device and returns what its teardown wrote.
-    std::string destroy()
-    {
-        CaptureStderr();
-        device.reset();
-        return GetCapturedStderr();
-    }
-
-    // Runs `action` and returns what it wrote.
-    template <typename F>
-    std::string written(F action)
-    {
-        CaptureStderr();
-        action();
-        return GetCapturedStderr();
-    }
-
-    static void modify(void (*change)(FakeOpenAl::State&))
-    {
-        std::lock_guard<std::mutex> lock(FakeOpenAl::mutex());
-        change(FakeOpenAl::state());
-    }
-
-    static std::vector<FakeOpenAl::CaptureDevice> captures() { return FakeOpenAl::captureDevices(); }
-
-    std::unique_ptr<AudioDevice> device;
-};
+class AudioOpenAlFailures : public AudioOnFakeOpenAl {};
 
 }  // namespace
 
@@ -371,16 +319,7 @@ TEST_F(AudioOpenAlFailures, ResamplerRefusedAbortsBeforeOpeningTheDevice)
 
 namespace {
 
-// A device capturing from cap1.
-class Capturing : public AudioOpenAlFailures {
-protected:
-    void SetUp() override
-    {
-        AudioOpenAlFailures::SetUp();
-        EXPECT_EQ(build(), "");
-        ASSERT_TRUE(device->startCapture());
-    }
-};
+class Capturing : public CapturingOnFakeOpenAl {};
 
 }  // namespace
 
@@ -452,34 +391,6 @@ TEST_F(Capturing, ReadAfterStopLogsAndKeepsThePreviousSize)
     EXPECT_EQ(written([&] { EXPECT_EQ(device->readSamples(), nullptr); }),
               "Capture device became NULL while getting audio data\n");
     EXPECT_EQ(device->readBytes(), 600u);
-}
-
-// --- reading ------------------------------------------------------------------------------
-
-TEST_F(Capturing, ReadHandsOutTheCapturedFramesInOrder)
-{
-    ASSERT_TRUE(FakeOpenAl::deliver(3));
-    const auto* first = reinterpret_cast<const std::int16_t*>(device->readSamples());
-    ASSERT_NE(first, nullptr);
-    EXPECT_EQ(device->readBytes(), 6u);
-    EXPECT_EQ((std::vector<std::int16_t>(first, first + 3)), (std::vector<std::int16_t>{0, 1, 2}));
-    ASSERT_TRUE(FakeOpenAl::deliver(2));
-    const auto* second = reinterpret_cast<const std::int16_t*>(device->readSamples());
-    ASSERT_NE(second, nullptr);
-    EXPECT_EQ((std::vector<std::int16_t>(second, second + 2)), (std::vector<std::int16_t>{3, 4}));
-    EXPECT_EQ(captures()[0].available, 0);
-}
-
-TEST_F(Capturing, ReadLargerThanTheBufferGrowsIt)
-{
-    // Sixteen seconds at 44100 Hz fit; one frame more does not.
-    const int frames = 44100 * 16 + 1;
-    ASSERT_TRUE(FakeOpenAl::deliver(frames));
-    const auto* samples = reinterpret_cast<const std::int16_t*>(device->readSamples());
-    ASSERT_NE(samples, nullptr);
-    EXPECT_EQ(device->readBytes(), static_cast<std::uint32_t>(frames) * 2u);
-    EXPECT_EQ(samples[frames - 1], FakeOpenAl::sampleValue(frames - 1));
-    EXPECT_EQ(captures()[0].framesRead, frames);
 }
 
 // --- enumeration ----------------------------------------------------------------------------

@@ -764,18 +764,20 @@ void alcCaptureSamples(ALCdevice* handle, ALCvoid* buffer, ALCsizei samples)
         device->error = ALC_INVALID_VALUE;
         return;
     }
-    const int width = frameBytes(device->info.format);
     const bool eightBit = device->info.format == AL_FORMAT_MONO8 || device->info.format == AL_FORMAT_STEREO8;
+    const bool stereo = device->info.format == AL_FORMAT_STEREO8 || device->info.format == AL_FORMAT_STEREO16;
+    const int sampleBytes = eightBit ? 1 : 2;
     auto* bytes = static_cast<unsigned char*>(buffer);
     for (ALCsizei frame = 0; frame < samples; ++frame) {
         const short value = sampleValue(device->info.framesRead + frame);
-        unsigned char* at = bytes + static_cast<std::size_t>(frame) * width;
-        if (eightBit) {
-            for (int i = 0; i < width; ++i)
-                at[i] = static_cast<unsigned char>(value & 0xff);
-        } else {
-            for (int i = 0; i < width; i += 2)
-                std::memcpy(at + i, &value, 2);
+        const short right = state().rightChannelNegated ? static_cast<short>(-value) : value;
+        for (int channel = 0; channel < (stereo ? 2 : 1); ++channel) {
+            const short sample = channel == 0 ? value : right;
+            unsigned char* at = bytes + (static_cast<std::size_t>(frame) * (stereo ? 2 : 1) + channel) * sampleBytes;
+            if (eightBit)
+                *at = static_cast<unsigned char>(sample & 0xff);
+            else
+                std::memcpy(at, &sample, 2);
         }
     }
     device->info.framesRead += samples;

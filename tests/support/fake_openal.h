@@ -118,6 +118,10 @@ struct State {
     // device gathers nothing more; frames it holds can still be read.
     std::deque<int> connectedQueries;
 
+    // Stereo frames carry the sample value on the left and its negation on
+    // the right (false: the same value on both).
+    bool rightChannelNegated = false;
+
     // Scripted outcomes per call, taken front first; an empty queue succeeds.
     std::deque<Outcome> outcomes[kCallCount];
     // False keeps `calls` from growing during long runs.
@@ -154,8 +158,9 @@ bool deliver(int frames);
 // false if no capture device is open.
 bool disconnect();
 // The sample value of frame `index` of a capture stream: frames are numbered
-// from 0 per device, every channel of a frame carries the same value,
-// counting up and wrapping at 32768 (8-bit formats carry its low byte).
+// from 0 per device, counting up and wrapping at 32768; every channel of a
+// frame carries it (but see State::rightChannelNegated), 8-bit formats its
+// low byte.
 short sampleValue(long long index);
 
 }  // namespace FakeOpenAl
