@@ -322,6 +322,27 @@ void outputAnswer(Device& device, ALCenum param, ALCsizei size, ALCint* values)
     }
 }
 
+// Books a new device and answers its handle.
+ALCdevice* book(std::unique_ptr<Device> device, const std::string& call)
+{
+    record(call + " = " + device->handle);
+    books().devices.push_back(std::move(device));
+    return reinterpret_cast<ALCdevice*>(books().devices.back().get());
+}
+
+// The device a close call closes, or null after its failure answer.
+Device* closable(ALCdevice* handle, bool capture, Call which, const std::string& call)
+{
+    Device* device = liveDevice(handle, capture, call);
+    const Outcome outcome = next(which);
+    if (!device || outcome.fails) {
+        setDeviceError(device, outcome.error);
+        record(call + " = false");
+        return nullptr;
+    }
+    return device;
+}
+
 }  // namespace
 
 std::mutex& mutex()
@@ -456,22 +477,16 @@ ALCdevice* alcOpenDevice(const ALCchar* devicename)
     device->handle = "out" + std::to_string(++books().outputs);
     device->name = name;
     device->error = outcome.error;
-    record(call + " = " + device->handle);
-    books().devices.push_back(std::move(device));
-    return reinterpret_cast<ALCdevice*>(books().devices.back().get());
+    return book(std::move(device), call);
 }
 
 ALCboolean alcCloseDevice(ALCdevice* handle)
 {
     std::lock_guard<std::mutex> lock(FakeOpenAl::mutex());
     const std::string call = "alcCloseDevice(" + deviceName(handle) + ")";
-    Device* device = liveDevice(handle, false, call);
-    const Outcome outcome = next(Call::CloseDevice);
-    if (!device || outcome.fails) {
-        setDeviceError(device, outcome.error);
-        record(call + " = false");
+    Device* device = closable(handle, false, Call::CloseDevice, call);
+    if (!device)
         return ALC_FALSE;
-    }
     // OpenAL destroys what the code left alive, and so does the double; it is
     // still a mistake of the code's.
     for (const auto& context : books().contexts) {
@@ -692,22 +707,16 @@ ALCdevice* alcCaptureOpenDevice(const ALCchar* devicename, ALCuint frequency, AL
     device->info.format = format;
     device->info.bufferSize = buffersize;
     device->info.open = true;
-    record(call + " = " + device->handle);
-    books().devices.push_back(std::move(device));
-    return reinterpret_cast<ALCdevice*>(books().devices.back().get());
+    return book(std::move(device), call);
 }
 
 ALCboolean alcCaptureCloseDevice(ALCdevice* handle)
 {
     std::lock_guard<std::mutex> lock(FakeOpenAl::mutex());
     const std::string call = "alcCaptureCloseDevice(" + deviceName(handle) + ")";
-    Device* device = liveDevice(handle, true, call);
-    const Outcome outcome = next(Call::CaptureCloseDevice);
-    if (!device || outcome.fails) {
-        setDeviceError(device, outcome.error);
-        record(call + " = false");
+    Device* device = closable(handle, true, Call::CaptureCloseDevice, call);
+    if (!device)
         return ALC_FALSE;
-    }
     device->open = false;
     device->info.open = false;
     device->info.started = false;

@@ -260,17 +260,7 @@ TEST_F(ManagerTest, AGrammarChangeWhileListeningRebuildsThePhraseList)
 // recognizer therefore mean no rebuild was asked for.
 TEST_F(ManagerTest, UnregisteringDoesNotRebuildButTheNextStartDrops)
 {
-    initialize();
-    manager->addDictationGrammar("");
-    const KSR::GrammarId files = manager->addCommandGrammar("");
-    const KSR::GrammarId windows = manager->addCommandGrammar("");
-    manager->addCommand(manager->addRule(files, "files"), "open file");
-    manager->addCommand(manager->addRule(windows, "windows"), "close window");
-    manager->setActivated(files, true);
-    manager->setActivated(windows, true);
-    manager->startRecognizing();
-    prime();
-    feed();  // the recognizer this chunk builds is kept
+    const KSR::GrammarId files = listenToFilesAndWindows();
     const std::size_t built = FakeVosk::grammars().size();
     // The host still holds the grammar, so unregistering destroys nothing.
     const std::shared_ptr<KSR_VoskGrammar> held = manager->getGrammar(files);
@@ -291,17 +281,7 @@ TEST_F(ManagerTest, UnregisteringDoesNotRebuildButTheNextStartDrops)
 // listening, the phrase list is rebuilt, without the unregistered grammar.
 TEST_F(ManagerTest, DroppingTheLastReferenceOfAnUnregisteredGrammarRebuilds)
 {
-    initialize();
-    manager->addDictationGrammar("");
-    const KSR::GrammarId files = manager->addCommandGrammar("");
-    const KSR::GrammarId windows = manager->addCommandGrammar("");
-    manager->addCommand(manager->addRule(files, "files"), "open file");
-    manager->addCommand(manager->addRule(windows, "windows"), "close window");
-    manager->setActivated(files, true);
-    manager->setActivated(windows, true);
-    manager->startRecognizing();
-    prime();
-    feed();
+    const KSR::GrammarId files = listenToFilesAndWindows();
     const std::size_t built = FakeVosk::grammars().size();
     std::shared_ptr<KSR_VoskGrammar> held = manager->getGrammar(files);
     ASSERT_TRUE(manager->unregisterGrammar(held));
