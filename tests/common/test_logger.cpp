@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "ksr_logger.h"
 #include "log_capture.h"
@@ -18,6 +20,13 @@ std::string stderrOf(F action)
     action();
     return GetCapturedStderr();
 }
+
+// An observer attached to one console directly, not through the logger: a
+// console made later does not have it.
+struct ConsoleSpy : KSR::ConsoleObserver {
+    void error(const std::string& text) override { lines.push_back(text); }
+    std::vector<std::string> lines;
+};
 
 }  // namespace
 
@@ -54,20 +63,29 @@ TEST(Logger, QuietLevelsProduceNoOutputAtAll)
 
 TEST(Logger, DestroyTwiceIsHarmless)
 {
-    KSR_Logger::_instance();
+    LogCapture capture;
+    const auto spy = std::make_shared<ConsoleSpy>();
+    KSR_Logger::_instance()->AttachObserver(spy);
     KSR_Logger::Destroy();
+    EXPECT_EQ(spy.use_count(), 1);  // the console that held it is gone
     KSR_Logger::Destroy();
-    SUCCEED();
+    // A fresh console, with the standard observer and the attached one.
+    EXPECT_EQ(stderrOf([] { KSR_Logger::Error("after two"); }), "KSR Error: after two\n");
+    EXPECT_EQ(capture.errors(), (std::vector<std::string>{"after two"}));
+    EXPECT_TRUE(spy->lines.empty());
 }
 
 TEST(Logger, ErrorAfterDestroyCreatesANewConsole)
 {
-    KSR::Console* first = KSR_Logger::_instance();
-    ASSERT_NE(first, nullptr);
+    const auto spy = std::make_shared<ConsoleSpy>();
+    KSR_Logger::_instance()->AttachObserver(spy);
+    EXPECT_EQ(stderrOf([] { KSR_Logger::Error("before"); }), "KSR Error: before\n");
+    EXPECT_EQ(spy->lines, (std::vector<std::string>{"KSR Error: before\n"}));
     KSR_Logger::Destroy();
     LogCapture capture;
     EXPECT_EQ(stderrOf([] { KSR_Logger::Error("after destroy"); }), "KSR Error: after destroy\n");
-    EXPECT_NE(KSR_Logger::_instance(), nullptr);
+    // Written by a console made after Destroy: the first one's observer saw nothing more.
+    EXPECT_EQ(spy->lines, (std::vector<std::string>{"KSR Error: before\n"}));
     EXPECT_EQ(capture.errors(), (std::vector<std::string>{"after destroy"}));
 }
 
@@ -76,7 +94,13 @@ TEST(Logger, InstanceIsCreatedOnceAndKept)
     KSR_Logger::Destroy();
     KSR::Console* a = KSR_Logger::_instance();
     KSR::Console* b = KSR_Logger::_instance();
+    ASSERT_NE(a, nullptr);
     EXPECT_EQ(a, b);
+    // It is the console Error writes to.
+    const auto spy = std::make_shared<ConsoleSpy>();
+    a->AttachObserver(spy);
+    stderrOf([] { KSR_Logger::Error("kept"); });
+    EXPECT_EQ(spy->lines, (std::vector<std::string>{"KSR Error: kept\n"}));
 }
 
 TEST(Logger, AttachedObserverSurvivesDestroy)

@@ -332,12 +332,20 @@ TEST_F(EngineSetup, PhrasesAreEscapedInTheListAndKeptRawForMatching)
     Strings parsed;
     for (const auto& value : document.GetArray())
         parsed.emplace_back(value.GetString(), value.GetStringLength());
+    const Strings raw = {quote,
+                         backslash,
+                         control,
+                         utf8,
+                         "literal " + quote,
+                         "literal " + backslash,
+                         "literal " + control,
+                         "literal " + utf8,
+                         "literal literal",
+                         "force O\"Neil"};
     Strings expected{"[unk]"};
-    for (const auto& phrase : EngineTestAccess::commandsList(engine))
-        expected.push_back(phrase);
+    expected.insert(expected.end(), raw.begin(), raw.end());
     EXPECT_EQ(parsed, expected);
-    EXPECT_EQ(EngineTestAccess::commandsList(engine).front(), quote);
-    EXPECT_EQ(EngineTestAccess::commandsList(engine).back(), "force O\"Neil");
+    EXPECT_EQ(EngineTestAccess::commandsList(engine), raw);
 
     // Matching is against the raw phrase.
     EngineTestAccess::setCommandsChanged(engine, false);

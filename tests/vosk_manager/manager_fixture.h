@@ -170,6 +170,25 @@ protected:
         feed();
     }
 
+    // Grammar "files" (open file) and grammar "windows" (close window), both
+    // on, listening with a command recognizer built from both; returns the
+    // id of "files" (the dictation grammar gives the literal keyword).
+    KSR::GrammarId listenToFilesAndWindows()
+    {
+        initialize();
+        manager->addDictationGrammar("");
+        const KSR::GrammarId files = manager->addCommandGrammar("");
+        const KSR::GrammarId windows = manager->addCommandGrammar("");
+        manager->addCommand(manager->addRule(files, "files"), "open file");
+        manager->addCommand(manager->addRule(windows, "windows"), "close window");
+        manager->setActivated(files, true);
+        manager->setActivated(windows, true);
+        manager->startRecognizing();
+        prime();
+        feed();  // the recognizer this chunk builds is kept
+        return files;
+    }
+
     void spell(const std::string& json)
     {
         FakeVosk::pushStep(FakeVosk::Kind::Command, 0, Json::partial(""));

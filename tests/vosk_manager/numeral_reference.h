@@ -2,19 +2,25 @@
 #define KSR_TESTS_NUMERAL_REFERENCE_H
 
 // A plain, word-for-word version of the spoken-number conversion rules, over
-// the converter's own tables, with a full table lookup at every step and no
-// shortcut. Tests and the fuzz target compare the converter, which is tuned
-// for speed, against it.
+// tables written out apart from the converter's (numeral_tables.h), with a
+// full table lookup at every step and no shortcut. Tests and the fuzz target
+// compare the converter, which is tuned for speed, against it: a rule or a
+// table entry the converter gets wrong shows as a difference.
 
+#include <map>
 #include <string>
 #include <vector>
 
 #include "ksr_types.h"
-#include "vosk_manager/ksr_numeral_converter.h"
+#include "numeral_tables.h"
 
 class NumeralReference {
 public:
-    explicit NumeralReference(const KSR_NumeralConverter& tables) : t(tables) {}
+    NumeralReference()
+        : m_numbers(NumeralTables::numberWords().begin(), NumeralTables::numberWords().end()),
+          m_operators(NumeralTables::operators().begin(), NumeralTables::operators().end())
+    {
+    }
 
     std::string convertText(const std::string& text) const
     {
@@ -26,7 +32,7 @@ public:
         bool inGroup = false;
         for (std::size_t i = 0; i < tokens.size(); ++i) {
             const std::string& token = tokens[i];
-            if (number(token) || filler(token) || token == t.decimalWord()) {
+            if (number(token) || filler(token) || token == NumeralTables::decimalWord()) {
                 group.push_back(token);
                 inGroup = true;
                 continue;
@@ -37,15 +43,15 @@ public:
                 inGroup = false;
             }
             if (i + 1 < tokens.size()) {
-                const auto pair = t.operators().find(token + " " + tokens[i + 1]);
-                if (pair != t.operators().end()) {
+                const auto pair = m_operators.find(token + " " + tokens[i + 1]);
+                if (pair != m_operators.end()) {
                     output.push_back(pair->second);
                     ++i;
                     continue;
                 }
             }
-            const auto single = t.operators().find(token);
-            output.push_back(single != t.operators().end() ? single->second : token);
+            const auto single = m_operators.find(token);
+            output.push_back(single != m_operators.end() ? single->second : token);
         }
         if (inGroup)
             output.push_back(convertGroup(group));
@@ -64,7 +70,7 @@ public:
         std::string result;
         std::vector<std::string> part;
         for (const auto& word : words) {
-            if (word == t.decimalWord()) {
+            if (word == NumeralTables::decimalWord()) {
                 result += convertInteger(part, 0) + ".";
                 part.clear();
             } else {
@@ -78,7 +84,7 @@ public:
     {
         if (words.empty())
             return std::string();
-        const KSR_NumeralConverter::ScaleLevel& L = t.scaleLevels()[static_cast<std::size_t>(level)];
+        const NumeralTables::ScaleLevel& L = NumeralTables::scaleLevels()[static_cast<std::size_t>(level)];
         if (L.next == -1) {
             std::string result;
             std::size_t i = 0;
@@ -86,11 +92,11 @@ public:
                 if (filler(words[i])) {
                     ++i;
                 } else if (i + 1 < words.size() && number(words[i] + " " + words[i + 1])) {
-                    result += std::to_string(t.numberWords().at(words[i] + " " + words[i + 1]));
+                    result += std::to_string(m_numbers.at(words[i] + " " + words[i + 1]));
                     i += 2;
                 } else {
-                    const auto it = t.numberWords().find(words[i]);
-                    result += std::to_string(it == t.numberWords().end() ? 0 : it->second);
+                    const auto it = m_numbers.find(words[i]);
+                    result += std::to_string(it == m_numbers.end() ? 0 : it->second);
                     ++i;
                 }
             }
@@ -122,8 +128,11 @@ public:
     }
 
 private:
-    bool number(const std::string& word) const { return !word.empty() && t.numberWords().count(word) != 0; }
-    bool filler(const std::string& word) const { return !word.empty() && t.fillerWords().count(word) != 0; }
+    bool number(const std::string& word) const { return !word.empty() && m_numbers.count(word) != 0; }
+    static bool filler(const std::string& word)
+    {
+        return !word.empty() && NumeralTables::fillerWords().count(word) != 0;
+    }
 
     static void appendRight(std::string& result, const std::string& r, int digits)
     {
@@ -141,7 +150,8 @@ private:
         return joined;
     }
 
-    const KSR_NumeralConverter& t;
+    const std::map<std::string, int> m_numbers;
+    const std::map<std::string, std::string> m_operators;
 };
 
 #endif

@@ -148,10 +148,21 @@ TEST_F(BadInput, OutOfRangeConfidence)
 TEST_F(BadInput, NullOrEmptyAudio)
 {
     build();
+    // A result is waiting for the next chunk the recognizer hears.
+    FakeVosk::pushStep(FakeVosk::Kind::Command, 1, Json::sure("open file"));
+    const auto bytesFed = [] {
+        std::lock_guard<std::mutex> lock(FakeVosk::mutex());
+        return FakeVosk::state().bytesFed[static_cast<int>(FakeVosk::Kind::Command)];
+    };
+    const long long before = bytesFed();
     manager->processAudio(nullptr, 3200);
     manager->processAudio(chunk.data(), 0);
     manager->processAudio(chunk.data(), -5);
     EXPECT_TRUE(manager->reports().empty());
+    EXPECT_EQ(bytesFed(), before);
+    // None of them reached the recognizer: a real chunk still finds the result.
+    feed();
+    EXPECT_EQ(manager->recognitions(), (std::vector<KSR::SRData>{{grammarId, ruleId, 0, "open file"}}));
 }
 
 TEST_F(BadInput, ForcedWordsWithCapitalsAndUnknownWords)

@@ -64,10 +64,16 @@ TEST_F(Dictation, DictationGrammarHoldsTheLiteralKeywordAndTheFormattingPhrasesI
     EXPECT_TRUE(manager->isDictationGrammar(dictation));
     EXPECT_EQ(grammar->getRuleIds(), (std::vector<unsigned long>{11}));
     EXPECT_EQ(grammar->getCommand(11, std::string("literal"))->commandId, 0);
-    const Strings& phrases = KSR_VoskManager::formattingPhrases();
-    ASSERT_EQ(phrases.size(), 22U);
-    EXPECT_EQ(phrases.front(), "start spelling");
-    EXPECT_EQ(phrases.back(), "right brace");
+    const Strings phrases = {"start spelling",    "stop spelling",      "start numerals",
+                             "stop numerals",     "capitals on",        "capitals off",
+                             "new line",          "add space",          "add tab",
+                             "add period",        "add comma",          "add colon",
+                             "add semicolon",     "add quotation mark", "add question mark",
+                             "add exclamation mark", "open parenthesis", "close parenthesis",
+                             "left bracket",      "right bracket",      "left brace",
+                             "right brace"};
+    EXPECT_EQ(KSR_VoskManager::formattingPhrases(), phrases);
+    // Added in that order, after "literal".
     for (std::size_t i = 0; i < phrases.size(); ++i)
         EXPECT_EQ(formattingId(phrases[i]), static_cast<KSR::CommandId>(i + 1)) << phrases[i];
     // The rule's name is the one hosts know, misspelling included.
@@ -325,9 +331,8 @@ TEST_F(Dictation, ModeSwitchesWithoutEngine)
 
 struct FormattingCase {
     const char* phrase;
-    const char* text;
-    bool capitaliseNext;  // the next dictated text starts with a capital
-    bool separator;       // and with a blank
+    const char* text;  // what the phrase itself produces
+    const char* next;  // what the dictated "next" after it becomes
 };
 
 // Names the test case after its phrase.
@@ -346,25 +351,27 @@ TEST_P(FormattingPhrases, ProduceTheirCharacterAndEffect)
     EXPECT_EQ(manager->recognitions()[0], (KSR::SRData{dictation, 11, formattingId(GetParam().phrase), GetParam().text}));
     std::string next = "next";
     manager->dictationRecognized(next, KSR::Recognized);
-    EXPECT_EQ(next, std::string(GetParam().separator ? " " : "") + (GetParam().capitaliseNext ? "Next" : "next"));
+    EXPECT_EQ(next, GetParam().next);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Table, FormattingPhrases,
-    testing::Values(FormattingCase{"new line", "\n", true, false}, FormattingCase{"add space", " ", false, true},
-                    FormattingCase{"add tab", "\t", false, true}, FormattingCase{"add period", ".", true, true},
-                    FormattingCase{"add comma", ",", false, true}, FormattingCase{"add colon", ":", false, true},
-                    FormattingCase{"add semicolon", ";", false, true},
-                    FormattingCase{"add quotation mark", "\"", false, true},
-                    FormattingCase{"add question mark", "?", true, true},
-                    FormattingCase{"add exclamation mark", "!", true, true},
-                    FormattingCase{"open parenthesis", "(", false, true},
-                    FormattingCase{"close parenthesis", ")", false, true},
-                    FormattingCase{"left bracket", "[", false, true}, FormattingCase{"right bracket", "]", false, true},
-                    FormattingCase{"left brace", "{", false, true}, FormattingCase{"right brace", "}", false, true},
-                    FormattingCase{"start spelling", "", false, false}, FormattingCase{"stop spelling", "", false, true},
-                    FormattingCase{"start numerals", "", false, true}, FormattingCase{"stop numerals", "", false, true},
-                    FormattingCase{"capitals off", "", false, true}, FormattingCase{"literal", "", false, true}));
+    testing::Values(FormattingCase{"new line", "\n", "Next"}, FormattingCase{"add space", " ", " next"},
+                    FormattingCase{"add tab", "\t", " next"}, FormattingCase{"add period", ".", " Next"},
+                    FormattingCase{"add comma", ",", " next"}, FormattingCase{"add colon", ":", " next"},
+                    FormattingCase{"add semicolon", ";", " next"},
+                    FormattingCase{"add quotation mark", "\"", " next"},
+                    FormattingCase{"add question mark", "?", " Next"},
+                    FormattingCase{"add exclamation mark", "!", " Next"},
+                    FormattingCase{"open parenthesis", "(", " next"},
+                    FormattingCase{"close parenthesis", ")", " next"},
+                    FormattingCase{"left bracket", "[", " next"}, FormattingCase{"right bracket", "]", " next"},
+                    FormattingCase{"left brace", "{", " next"}, FormattingCase{"right brace", "}", " next"},
+                    // Spelled text gets no blank and no capital.
+                    FormattingCase{"start spelling", "", "next"}, FormattingCase{"stop spelling", "", " next"},
+                    FormattingCase{"start numerals", "", " next"}, FormattingCase{"stop numerals", "", " next"},
+                    FormattingCase{"capitals on", "", " NEXT"}, FormattingCase{"capitals off", "", " next"},
+                    FormattingCase{"literal", "", " next"}));
 
 TEST_F(Dictation, ForcedWordsKeywordNeedsADictationGrammar)
 {

@@ -55,6 +55,9 @@ TEST_F(ManagerTest, CreatedGrammarIsNotRegistered)
 
 TEST_F(ManagerTest, ConfidenceBoundsAndDefault)
 {
+    // initialize sets the default itself, whatever the engine held before.
+    EXPECT_TRUE(manager->setCommandRequiredConfidence(70));
+    EXPECT_EQ(manager->getCommandRequiredConfidence(), 70);
     initialize();
     EXPECT_EQ(manager->getCommandRequiredConfidence(), 90);
     EXPECT_EQ(manager->getCommandMinimumRequiredConfidence(), 50);
@@ -252,21 +255,17 @@ TEST_F(ManagerTest, AGrammarChangeWhileListeningRebuildsThePhraseList)
     EXPECT_EQ(manager->recognitions()[0], (KSR::SRData{files, rule, 1, "save file"}));
 }
 
+// After a grammar change the first chunk only drops the command recognizer
+// and the second builds one from the new phrases; two chunks without a new
+// recognizer therefore mean no rebuild was asked for.
 TEST_F(ManagerTest, UnregisteringDoesNotRebuildButTheNextStartDrops)
 {
-    initialize();
-    manager->addDictationGrammar("");
-    const KSR::GrammarId files = manager->addCommandGrammar("");
-    const KSR::GrammarId windows = manager->addCommandGrammar("");
-    manager->addCommand(manager->addRule(files, "files"), "open file");
-    manager->addCommand(manager->addRule(windows, "windows"), "close window");
-    manager->setActivated(files, true);
-    manager->setActivated(windows, true);
-    manager->startRecognizing();
-    prime();
-    feed();  // the recognizer this chunk builds is kept
+    const KSR::GrammarId files = listenToFilesAndWindows();
     const std::size_t built = FakeVosk::grammars().size();
-    EXPECT_TRUE(manager->unregisterGrammar(manager->getGrammar(files)));
+    // The host still holds the grammar, so unregistering destroys nothing.
+    const std::shared_ptr<KSR_VoskGrammar> held = manager->getGrammar(files);
+    EXPECT_TRUE(manager->unregisterGrammar(held));
+    feed();
     feed();
     EXPECT_EQ(FakeVosk::grammars().size(), built);  // no rebuild
     manager->stopRecognizing();
@@ -274,6 +273,23 @@ TEST_F(ManagerTest, UnregisteringDoesNotRebuildButTheNextStartDrops)
     manager->startRecognizing();
     prime();  // drops the recognizer kept from before the stop
     feed();
+    EXPECT_EQ(FakeVosk::grammars().size(), built + 1);
+    EXPECT_EQ(lastCommandGrammar(), "[\"[unk]\",\"close window\",\"literal close window\",\"literal literal\"]");
+}
+
+// The grammar's destructor switches it off, which notifies the manager: while
+// listening, the phrase list is rebuilt, without the unregistered grammar.
+TEST_F(ManagerTest, DroppingTheLastReferenceOfAnUnregisteredGrammarRebuilds)
+{
+    const KSR::GrammarId files = listenToFilesAndWindows();
+    const std::size_t built = FakeVosk::grammars().size();
+    std::shared_ptr<KSR_VoskGrammar> held = manager->getGrammar(files);
+    ASSERT_TRUE(manager->unregisterGrammar(held));
+    held.reset();  // the last reference
+    EXPECT_TRUE(manager->engine()->isActivated());
+    prime();
+    feed();
+    EXPECT_EQ(FakeVosk::grammars().size(), built + 1);
     EXPECT_EQ(lastCommandGrammar(), "[\"[unk]\",\"close window\",\"literal close window\",\"literal literal\"]");
 }
 

@@ -2,9 +2,11 @@
 // as a table of input/output pairs, and the building blocks one by one.
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
+#include "numeral_tables.h"
 #include "vosk_manager/ksr_numeral_converter.h"
 
 namespace {
@@ -76,19 +78,14 @@ TEST(NumeralConverterTables, NumberWordTableHasAllHundredAndFourteenEntries)
 {
     KSR_NumeralConverter converter;
     const auto& words = converter.numberWords();
+    const auto& expected = NumeralTables::numberWords();
+    ASSERT_EQ(expected.size(), 114U);
     EXPECT_EQ(words.size(), 114U);
-    EXPECT_EQ(words.at("zero"), 0);
-    EXPECT_EQ(words.at("nineteen"), 19);
-    EXPECT_EQ(words.at("forty"), 40);
-    EXPECT_EQ(words.at("fourty"), 40);
-    EXPECT_EQ(words.at("forty nine"), 49);
-    EXPECT_EQ(words.at("fourty nine"), 49);
-    EXPECT_EQ(words.at("ninety nine"), 99);
-    EXPECT_EQ(words.at("thirty one"), 31);
-    EXPECT_EQ(words.at("hundred"), 100);
-    EXPECT_EQ(words.at("thousand"), 1000);
-    EXPECT_EQ(words.at("million"), 1000000);
-    EXPECT_EQ(words.at("billion"), 1000000000);
+    for (const auto& entry : expected) {
+        const auto found = words.find(entry.first);
+        ASSERT_NE(found, words.end()) << entry.first;
+        EXPECT_EQ(found->second, entry.second) << entry.first;
+    }
     EXPECT_EQ(words.count("ten one"), 0U);
 }
 
@@ -96,33 +93,27 @@ TEST(NumeralConverterTables, ScaleLevelsFillersDecimalWordAndOperators)
 {
     KSR_NumeralConverter converter;
     const auto& levels = converter.scaleLevels();
+    const auto& expected = NumeralTables::scaleLevels();
     ASSERT_EQ(levels.size(), 5U);
-    EXPECT_EQ(levels[0].word, "billion");
-    EXPECT_EQ(levels[0].zeros, "000000000");
-    EXPECT_EQ(levels[0].value, 1000000000);
-    EXPECT_EQ(levels[0].digits, 10);
-    EXPECT_EQ(levels[0].next, 1);
-    EXPECT_EQ(levels[1].word, "million");
-    EXPECT_EQ(levels[1].digits, 7);
-    EXPECT_EQ(levels[2].word, "thousand");
-    EXPECT_EQ(levels[2].zeros, "000");
-    EXPECT_EQ(levels[3].word, "hundred");
-    EXPECT_EQ(levels[3].next, 4);
-    EXPECT_EQ(levels[4].word, "ten");
-    EXPECT_EQ(levels[4].next, -1);
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(levels[i].word, expected[i].word) << "level " << i;
+        EXPECT_EQ(levels[i].zeros, expected[i].zeros) << "level " << i;
+        EXPECT_EQ(levels[i].value, expected[i].value) << "level " << i;
+        EXPECT_EQ(levels[i].digits, expected[i].digits) << "level " << i;
+        EXPECT_EQ(levels[i].next, expected[i].next) << "level " << i;
+    }
 
-    EXPECT_EQ(converter.fillerWords().size(), 2U);
+    const auto& fillers = converter.fillerWords();
+    EXPECT_EQ(std::set<std::string>(fillers.begin(), fillers.end()), NumeralTables::fillerWords());
     EXPECT_EQ(converter.decimalWord(), "point");
 
     const auto& operators = converter.operators();
     EXPECT_EQ(operators.size(), 16U);  // every key the table lists, two-word keys included
-    EXPECT_EQ(operators.at("multiply by"), "*");
-    EXPECT_EQ(operators.at("multiplied by"), "*");
-    EXPECT_EQ(operators.at("divided by"), "/");
-    EXPECT_EQ(operators.at("equals to"), "=");
-    EXPECT_EQ(operators.at("negative"), "-");
-    EXPECT_EQ(operators.at("positive"), "+");
-    EXPECT_EQ(operators.at("percent"), "%");
+    for (const auto& entry : NumeralTables::operators()) {
+        const auto found = operators.find(entry.first);
+        ASSERT_NE(found, operators.end()) << entry.first;
+        EXPECT_EQ(found->second, entry.second) << entry.first;
+    }
 }
 
 TEST(NumeralConverterParts, EmptyWordIsNeitherNumberNorFiller)

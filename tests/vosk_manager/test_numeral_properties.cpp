@@ -163,7 +163,7 @@ TEST(NumeralConverterProperties, RunsOfNumberWordsGiveOnlyDigits)
 TEST(NumeralConverterProperties, AgreesWithTheWordForWordRules)
 {
     KSR_NumeralConverter converter;
-    const NumeralReference reference(converter);
+    const NumeralReference reference;
     std::mt19937 random(555);
     for (int n = 0; n < kSentences; ++n) {
         const std::vector<std::string> words = generateWords(random);

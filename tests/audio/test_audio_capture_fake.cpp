@@ -1,0 +1,91 @@
+// AudioDevice's capture paths on the OpenAL test double, where the frames
+// are known: what a read hands out, a read larger than the buffer, and the
+// mix of a stereo capture into mono output.
+
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "fake_openal_fixture.h"
+
+namespace {
+
+class CaptureOnFakeOpenAl : public CapturingOnFakeOpenAl {};
+
+std::vector<std::int16_t> samplesOf(const char* data, std::uint32_t bytes)
+{
+    const auto* samples = reinterpret_cast<const std::int16_t*>(data);
+    return std::vector<std::int16_t>(samples, samples + bytes / 2);
+}
+
+}  // namespace
+
+TEST_F(CaptureOnFakeOpenAl, ReadHandsOutTheCapturedFramesInOrder)
+{
+    ASSERT_TRUE(FakeOpenAl::deliver(3));
+    const char* first = device->readSamples();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(device->readBytes(), 6u);
+    EXPECT_EQ(samplesOf(first, device->readBytes()), (std::vector<std::int16_t>{0, 1, 2}));
+    ASSERT_TRUE(FakeOpenAl::deliver(2));
+    const char* second = device->readSamples();
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(samplesOf(second, device->readBytes()), (std::vector<std::int16_t>{3, 4}));
+    EXPECT_EQ(captures()[0].available, 0);
+}
+
+TEST_F(CaptureOnFakeOpenAl, ReadLargerThanTheBufferGrowsIt)
+{
+    // Sixteen seconds at 44100 Hz fit; one frame more does not.
+    const int frames = 44100 * 16 + 1;
+    ASSERT_TRUE(FakeOpenAl::deliver(frames));
+    const char* data = device->readSamples();
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(device->readBytes(), static_cast<std::uint32_t>(frames) * 2u);
+    const std::vector<std::int16_t> samples = samplesOf(data, device->readBytes());
+    EXPECT_EQ(samples.front(), 0);
+    EXPECT_EQ(samples.back(), FakeOpenAl::sampleValue(frames - 1));
+    EXPECT_EQ(captures()[0].framesRead, frames);
+}
+
+namespace {
+
+// Stereo capture handed out as mono, both at 44100 Hz: only the channel mix
+// stands between the frames captured and those read.
+class StereoToMono : public AudioOnFakeOpenAl {
+protected:
+    std::vector<std::int16_t> readMono(bool rightNegated, int frames)
+    {
+        modify([rightNegated](FakeOpenAl::State& s) { s.rightChannelNegated = rightNegated; });
+        build();
+        device->setResampling(true);
+        EXPECT_TRUE(device->setChannels(false, 1));
+        EXPECT_TRUE(device->setChannels(true, 0));
+        EXPECT_TRUE(device->startCapture());
+        EXPECT_EQ(captures().at(0).format, AL_FORMAT_STEREO16);
+        EXPECT_TRUE(FakeOpenAl::deliver(frames));
+        const char* data = device->readSamples();
+        if (!data)
+            return {};
+        return samplesOf(data, device->readBytes());
+    }
+};
+
+}  // namespace
+
+TEST_F(StereoToMono, EqualChannelsKeepTheirValue)
+{
+    const std::vector<std::int16_t> mono = readMono(false, 1000);
+    ASSERT_EQ(mono.size(), 1000u);
+    for (int i = 0; i < 1000; ++i)
+        ASSERT_LE(std::abs(mono[i] - FakeOpenAl::sampleValue(i)), 1) << "frame " << i;
+}
+
+TEST_F(StereoToMono, OppositeChannelsCancel)
+{
+    // Both channels are mixed: taking one of them would hand out the ramp.
+    const std::vector<std::int16_t> mono = readMono(true, 1000);
+    ASSERT_EQ(mono.size(), 1000u);
+    for (int i = 0; i < 1000; ++i)
+        ASSERT_LE(std::abs(mono[i]), 1) << "frame " << i;
+}
