@@ -16,7 +16,8 @@ say() { echo "[demo] $*"; }
 
 ./scripts/setup.sh
 say "building ksr-demo in $BUILD"
-cmake -S . -B "$BUILD" -G Ninja >"$BUILD.configure.log" 2>&1 || { cat "$BUILD.configure.log"; exit 1; }
+mkdir -p "$BUILD"
+cmake -S . -B "$BUILD" -G Ninja >"$BUILD/configure.log" 2>&1 || { cat "$BUILD/configure.log"; exit 1; }
 cmake --build "$BUILD" --target ksr-demo 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
 test "${PIPESTATUS[0]}" -eq 0
 

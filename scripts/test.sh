@@ -26,7 +26,8 @@ configure_and_build() { # dir [--target T --] cmake options...
   local target=()
   if [ "${1:-}" = "--target" ]; then target=(--target "$2"); shift 3; fi
   say "configuring $dir $*"
-  cmake -S . -B "$dir" -G Ninja "$@" >"$dir.configure.log" 2>&1 || { cat "$dir.configure.log"; exit 1; }
+  mkdir -p "$dir"
+  cmake -S . -B "$dir" -G Ninja "$@" >"$dir/configure.log" 2>&1 || { cat "$dir/configure.log"; exit 1; }
   say "building $dir ${target[*]}"
   local t0=$(date +%s)
   cmake --build "$dir" -j "$JOBS" "${target[@]}" 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
@@ -39,7 +40,7 @@ FAILED=0
 run_ctest() { # dir, ctest options...
   local dir=$1; shift
   say "running tests in $dir"
-  local log=$dir.ctest.log rc=0
+  local log=$dir/ctest.log rc=0
   ctest --test-dir "$dir" --output-on-failure -j "$JOBS" "$@" 2>&1 | tee "$log" || rc=1
   local line total failed
   line=$(grep -E 'tests passed, [0-9]+ tests failed out of [0-9]+' "$log" | tail -1)

@@ -21,8 +21,15 @@ install(TARGETS kalo-sr EXPORT KaloSRTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# The SAPI back end's headers need the Windows SDK (sapi.h): they are
+# installed only where it exists, so that every installed header compiles.
+set(KSR_WINDOWS_ONLY_HEADERS)
+if(NOT WIN32)
+  set(KSR_WINDOWS_ONLY_HEADERS
+    PATTERN "k_sapi_interface.h" EXCLUDE PATTERN "ksr_sapi_*.h" EXCLUDE PATTERN "ksr_com_ptr.h" EXCLUDE)
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kalo-sr
-  FILES_MATCHING PATTERN "*.h")
+  FILES_MATCHING PATTERN "*.h" ${KSR_WINDOWS_ONLY_HEADERS})
 # libvosk has no soname: the module records it as "libvosk.so" and finds it
 # through its RPATH.
 install(FILES ${KSR_VOSK_LIBRARY} DESTINATION ${CMAKE_INSTALL_LIBDIR})

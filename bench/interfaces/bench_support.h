@@ -58,6 +58,13 @@ public:
         std::system(("rm -rf " + shellQuote(m_dir)).c_str());
     }
     bool up() const { return m_up; }
+    // Stops the server, as when the audio system goes away under a listener.
+    void stopServer()
+    {
+        if (m_up)
+            std::system((script() + " stop >/dev/null 2>&1").c_str());
+        m_up = false;
+    }
     bool play(const std::string& clip) const
     {
         return std::system((script() + " play " + shellQuote(clip) + " >/dev/null 2>&1").c_str()) == 0;

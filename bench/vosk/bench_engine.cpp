@@ -9,7 +9,10 @@
 // 2. Real-time factor of (b): CPU seconds per second of audio.
 // 3. The engine's own work: one metered run of (b), split into the time
 //    inside libvosk and the rest.
-// 4. Grammar rebuild: from setCommandsList with N phrases to the first chunk
+// 4. The fast-command settings: the engine with the early end of a command
+//    (250 ms) and chaining on (b) against the same engine with both off (a),
+//    in 10 ms chunks as the capture loop feeds it. Goal b/a <= 1.05.
+// 5. Grammar rebuild: from setCommandsList with N phrases to the first chunk
 //    processed by the new command recognizer, against a plain
 //    vosk_recognizer_new_grm of the same phrase text. Goal <= 1.10.
 //
@@ -117,8 +120,12 @@ struct Pass {
     long delivered = 0;   // deliveries of the engine
 };
 
-Pass runPass(bool engineSide, bool dictation, std::size_t chunk, const Clips& clips)
+// Which side a pass measures.
+enum class Side { Plain, Engine, EngineFast };
+
+Pass runPass(Side side, bool dictation, std::size_t chunk, const Clips& clips)
 {
+    const bool engineSide = side != Side::Plain;
     Pass pass;
     VoskModel* model = vosk_model_new(kModel.c_str());
     Vosk::Engine engine;
@@ -131,6 +138,10 @@ Pass runPass(bool engineSide, bool dictation, std::size_t chunk, const Clips& cl
     engine.setDictationRecognizedFunction([&pass](std::string&, KSR::RecognitionState) { ++pass.delivered; });
     configure(engine, kCommands);
     engine.setDictationModeEnabled(dictation);
+    if (side == Side::EngineFast) {
+        engine.setEarlyEnd(250);
+        engine.setChaining(true);
+    }
     const std::string grammar = Vosk::EngineTestAccess::commandsPhrases(engine);
     // The free recognizer exists beforehand on both sides (the engine makes
     // its own in initialize).
@@ -162,7 +173,7 @@ Pass runPass(bool engineSide, bool dictation, std::size_t chunk, const Clips& cl
     return pass;
 }
 
-Pass runPassInChild(bool engineSide, bool dictation, std::size_t chunk, const Clips& clips)
+Pass runPassInChild(Side side, bool dictation, std::size_t chunk, const Clips& clips)
 {
     int channel[2];
     if (pipe(channel) != 0) {
@@ -177,7 +188,7 @@ Pass runPassInChild(bool engineSide, bool dictation, std::size_t chunk, const Cl
     if (child == 0) {
         close(channel[0]);
         vosk_set_log_level(-1);
-        const Pass pass = runPass(engineSide, dictation, chunk, clips);
+        const Pass pass = runPass(side, dictation, chunk, clips);
         const bool written = write(channel[1], &pass, sizeof pass) == static_cast<ssize_t>(sizeof pass);
         std::_Exit(written ? 0 : 1);
     }
@@ -194,20 +205,33 @@ Pass runPassInChild(bool engineSide, bool dictation, std::size_t chunk, const Cl
     return pass;
 }
 
+// kRepetitions pairs of passes: a and b alternate, their order swapped
+// every run.
+std::vector<std::pair<Pass, Pass>> pairedPasses(Side sideA, Side sideB, bool dictation, std::size_t chunk,
+                                                const Clips& clips)
+{
+    std::vector<std::pair<Pass, Pass>> pairs;
+    for (int rep = 0; rep < kRepetitions; ++rep) {
+        Pass a, b;
+        if (rep % 2) {
+            b = runPassInChild(sideB, dictation, chunk, clips);
+            a = runPassInChild(sideA, dictation, chunk, clips);
+        } else {
+            a = runPassInChild(sideA, dictation, chunk, clips);
+            b = runPassInChild(sideB, dictation, chunk, clips);
+        }
+        pairs.push_back({a, b});
+    }
+    return pairs;
+}
+
 void overhead(const Clips& clips, double audioSeconds, std::size_t chunk, bool dictation, std::vector<Row>& rows)
 {
     std::vector<double> plain, engine, pairRatios, engineOwn;
     long delivered = 0;
-    for (int rep = 0; rep < kRepetitions; ++rep) {
-        // a and b alternate, their order swapped every run.
-        Pass a, b;
-        if (rep % 2) {
-            b = runPassInChild(true, dictation, chunk, clips);
-            a = runPassInChild(false, dictation, chunk, clips);
-        } else {
-            a = runPassInChild(false, dictation, chunk, clips);
-            b = runPassInChild(true, dictation, chunk, clips);
-        }
+    for (const auto& pair : pairedPasses(Side::Plain, Side::Engine, dictation, chunk, clips)) {
+        const Pass& a = pair.first;
+        const Pass& b = pair.second;
         plain.push_back(a.total);
         engine.push_back(b.total);
         pairRatios.push_back(b.total / a.total);
@@ -233,6 +257,23 @@ void overhead(const Clips& clips, double audioSeconds, std::size_t chunk, bool d
     rows.push_back({"  b's own work outside libvosk [CPU s], " + what, b, own * b, own, "(share of b)"});
     rows.push_back({"real-time factor [CPU s per s of audio], " + what, a / audioSeconds, b / audioSeconds, b / a,
                     "(a as baseline)"});
+}
+
+// The engine with the fast-command settings on (b) against off (a).
+void fastSettings(const Clips& clips, bool dictation, std::vector<Row>& rows)
+{
+    const std::size_t chunk = 10 * ClipAudio::kRate / 1000;
+    std::vector<double> off, on, pairRatios;
+    for (const auto& pair : pairedPasses(Side::Engine, Side::EngineFast, dictation, chunk, clips)) {
+        off.push_back(pair.first.total);
+        on.push_back(pair.second.total);
+        pairRatios.push_back(pair.second.total / pair.first.total);
+    }
+    const std::string what = std::string(dictation ? "dictation on" : "dictation off") + ", 10 ms";
+    const double a = Bench::median(off), b = Bench::median(on);
+    rows.push_back({"fast commands on vs off [CPU s], " + what, a, b, b / a, "b/a <= 1.05"});
+    rows.push_back({"  median of paired b/a, " + what, 1.0, Bench::median(pairRatios), Bench::median(pairRatios),
+                    "b/a <= 1.05"});
 }
 
 void rebuild(VoskModel* model, std::vector<Row>& rows)
@@ -325,7 +366,7 @@ int main()
     }
     const double audioSeconds = static_cast<double>(samples) / ClipAudio::kRate;
 
-    // KSR_BENCH_ONLY: "100", "20" (chunk sizes in ms) or "rebuild".
+    // KSR_BENCH_ONLY: "100", "20" (chunk sizes in ms), "fast" or "rebuild".
     const std::string only = envOr("KSR_BENCH_ONLY", "");
     std::vector<Row> rows;
     for (const std::size_t chunkMs : {100, 20}) {
@@ -334,6 +375,9 @@ int main()
         for (const bool dictation : {false, true})
             overhead(clips, audioSeconds, chunkMs * ClipAudio::kRate / 1000, dictation, rows);
     }
+    if (only.empty() || only == "fast")
+        for (const bool dictation : {false, true})
+            fastSettings(clips, dictation, rows);
     // The measuring processes are forked before the parent loads anything.
     if (only.empty() || only == "rebuild") {
         VoskModel* model = vosk_model_new(kModel.c_str());

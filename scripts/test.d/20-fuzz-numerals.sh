@@ -20,8 +20,9 @@ if ! command -v "$CXX_FUZZ" >/dev/null; then
 fi
 
 say "building with $CXX_FUZZ in $BUILD"
-cmake -S fuzz -B "$BUILD" -G Ninja -DCMAKE_CXX_COMPILER="$CXX_FUZZ" >"$BUILD.configure.log" 2>&1 \
-  || { cat "$BUILD.configure.log"; exit 1; }
+mkdir -p "$BUILD"
+cmake -S fuzz -B "$BUILD" -G Ninja -DCMAKE_CXX_COMPILER="$CXX_FUZZ" >"$BUILD/configure.log" 2>&1 \
+  || { cat "$BUILD/configure.log"; exit 1; }
 cmake --build "$BUILD" -j 2 --target fuzz_numerals 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
 test "${PIPESTATUS[0]}" -eq 0
 

@@ -17,8 +17,9 @@ BUILD=${KSR_BUILD_DIR:-$ROOT/build}
 if [ ! -x "$BUILD/tests/audio/test_audio_capture" ]; then
   BUILD=$ROOT/build-valgrind
   say "building ${PROGRAMS[*]} in $BUILD"
+  mkdir -p "$BUILD"
   cmake -S "$ROOT" -B "$BUILD" -G Ninja -DKSR_WITH_QT=OFF -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF \
-    >"$BUILD.configure.log" 2>&1 || { cat "$BUILD.configure.log"; exit 1; }
+    >"$BUILD/configure.log" 2>&1 || { cat "$BUILD/configure.log"; exit 1; }
   cmake --build "$BUILD" -j "$(nproc)" --target "${PROGRAMS[@]}" | grep -vE '^\[[0-9]+/[0-9]+\]' || true
   test "${PIPESTATUS[0]}" -eq 0
 fi

@@ -29,9 +29,13 @@ protected:
         setModelVariable(QString::fromStdString(TestData::modelPath()));
         iface.reset(new CountingInterface(&host));
         ASSERT_TRUE(iface->isInitialized());
+        // The same tests, built again with the host's listening settings on.
 #ifdef KSR_TEST_LISTENING_PACE
-        // The same tests, built once more with the host's listening settings on.
         iface->setListeningPace(KSR_TEST_LISTENING_PACE);
+#endif
+#ifdef KSR_TEST_FAST_COMMANDS
+        ASSERT_TRUE(iface->setFastCommands(KSR_TEST_FAST_COMMANDS));
+        ASSERT_TRUE(iface->setCommandChaining(true));
 #endif
         recorder.reset(new SignalRecorder(*iface));
     }

@@ -159,12 +159,22 @@ TEST_F(MicEndToEnd, CapitalsOnIsSignalledAndUpperCasesText)
 {
     dictate();
     ASSERT_TRUE(hearResult("cmd_close_window.wav"));
+#ifdef KSR_TEST_FAST_COMMANDS
+    // With the early end of a command on, the words of "close window" are
+    // not dictated before the command arrives: no text came before.
+    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{files, filesRule, 1, "close window"}}));
+#endif
     recorder->clear();
     ASSERT_TRUE(hear("fmt_capitals_on.wav", [&] { return !recorder->of(SignalEvent::Capitals).empty(); }));
     EXPECT_EQ(modes(SignalEvent::Capitals), (std::vector<bool>{true}));
     ASSERT_TRUE(hearResult("dict_hello_world.wav"));
+#ifdef KSR_TEST_FAST_COMMANDS
+    // So "hello world" is the session's first text: no leading blank.
+    EXPECT_EQ(recorder->texts(), (Strings{"", "HELLO WORLD"}));
+#else
     // The command flushed dictation, so the text gets its leading blank.
     EXPECT_EQ(recorder->texts(), (Strings{"", " HELLO WORLD"}));
+#endif
     EXPECT_EQ(recorder->results().front(), (KSR::SRData{dictation, formatRule, formatId("capitals on"), ""}));
 }
 

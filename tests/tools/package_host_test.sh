@@ -24,6 +24,14 @@ say "configuring and building the host"
 cmake -S "$SOURCE/tests/package_host" -B "$WORK/host" -DCMAKE_PREFIX_PATH="$WORK/prefix" \
   >"$WORK/configure.log" 2>&1 || { cat "$WORK/configure.log"; exit 1; }
 cmake --build "$WORK/host" >"$WORK/build.log" 2>&1 || { cat "$WORK/build.log"; exit 1; }
+grep -o 'compiling [0-9]* installed headers on their own' "$WORK/configure.log" | sed 's/^/[package-host] /'
+installed=$(find "$WORK/prefix/include/kalo-sr" -name '*.h' | wc -l)
+compiled=$(find "$WORK/host" -name '*_alone.cpp.o' | wc -l)
+[ "$installed" -gt 0 ] && [ "$installed" -eq "$compiled" ] || {
+  say "$installed headers installed, $compiled compiled on their own"; exit 1; }
+for sapi in k_sapi_interface.h ksr_sapi_engine.h ksr_sapi_com.h; do
+  [ ! -e "$WORK/prefix/include/kalo-sr/$sapi" ] || { say "$sapi needs the Windows SDK but was installed"; exit 1; }
+done
 
 say "running it"
 KALO_ACOUSTIC_MODEL_PATH="$MODEL" QT_QPA_PLATFORM=offscreen ALSOFT_DRIVERS=null "$WORK/host/package_host"
