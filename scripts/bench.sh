@@ -4,11 +4,12 @@
 # Usage: scripts/bench.sh [NAME-FILTER]
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/lib/quiet_build.sh
 say() { echo "[bench] $*"; }
 ./scripts/setup.sh
 cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=Release -DKSR_BUILD_TESTS=OFF >/dev/null
 say "building"
-cmake --build build-release | grep -vE '^\[[0-9]+/[0-9]+\]' || true
+quiet_build build-release || exit 1
 filter=${1:-}
 for bench in $(find build-release/bench -maxdepth 3 -type f -name 'ksr-bench-*' -perm -u+x | sort); do
   case "$(basename "$bench")" in *"$filter"*) ;; *) continue ;; esac

@@ -11,6 +11,7 @@
 # KSR_DEMO_BUILD names the build folder (default: build).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/lib/quiet_build.sh
 BUILD=${KSR_DEMO_BUILD:-build}
 say() { echo "[demo] $*"; }
 
@@ -18,8 +19,7 @@ say() { echo "[demo] $*"; }
 say "building ksr-demo in $BUILD"
 mkdir -p "$BUILD"
 cmake -S . -B "$BUILD" -G Ninja >"$BUILD/configure.log" 2>&1 || { cat "$BUILD/configure.log"; exit 1; }
-cmake --build "$BUILD" --target ksr-demo 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
-test "${PIPESTATUS[0]}" -eq 0
+quiet_build "$BUILD" --target ksr-demo || exit 1
 
 if [ $# -gt 0 ]; then
   exec "./$BUILD/tools/ksr-demo" "$@"

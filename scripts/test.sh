@@ -13,6 +13,7 @@
 # Idempotent: build folders are reused.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/lib/quiet_build.sh
 ROOT=$(pwd)
 JOBS=$(nproc)
 
@@ -30,8 +31,7 @@ configure_and_build() { # dir [--target T --] cmake options...
   cmake -S . -B "$dir" -G Ninja "$@" >"$dir/configure.log" 2>&1 || { cat "$dir/configure.log"; exit 1; }
   say "building $dir ${target[*]}"
   local t0=$(date +%s)
-  cmake --build "$dir" -j "$JOBS" "${target[@]}" 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
-  test "${PIPESTATUS[0]}" -eq 0
+  quiet_build "$dir" -j "$JOBS" "${target[@]}" || exit 1
   say "built $dir in $(( $(date +%s) - t0 )) s"
 }
 

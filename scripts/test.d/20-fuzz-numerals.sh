@@ -6,6 +6,7 @@
 # Usage: scripts/test.d/20-fuzz-numerals.sh [SECONDS]   (default 30)
 set -euo pipefail
 cd "$(dirname "$0")/../.."
+. scripts/lib/quiet_build.sh
 ROOT=$(pwd)
 SECONDS_TO_RUN=${1:-${KSR_FUZZ_SECONDS:-30}}
 BUILD=$ROOT/build-fuzz
@@ -23,8 +24,7 @@ say "building with $CXX_FUZZ in $BUILD"
 mkdir -p "$BUILD"
 cmake -S fuzz -B "$BUILD" -G Ninja -DCMAKE_CXX_COMPILER="$CXX_FUZZ" >"$BUILD/configure.log" 2>&1 \
   || { cat "$BUILD/configure.log"; exit 1; }
-cmake --build "$BUILD" -j 2 --target fuzz_numerals 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
-test "${PIPESTATUS[0]}" -eq 0
+quiet_build "$BUILD" -j 2 --target fuzz_numerals || exit 1
 
 # New inputs go to a scratch corpus; the seeds in fuzz/ stay untouched.
 WORK=$BUILD/numerals_corpus

@@ -8,6 +8,7 @@
 # build-valgrind.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
+. scripts/lib/quiet_build.sh
 ROOT=$(pwd)
 PROGRAMS=(test_audio_resampler test_audio_no_server test_audio_device_offline test_audio_capture)
 
@@ -20,8 +21,7 @@ if [ ! -x "$BUILD/tests/audio/test_audio_capture" ]; then
   mkdir -p "$BUILD"
   cmake -S "$ROOT" -B "$BUILD" -G Ninja -DKSR_WITH_QT=OFF -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF \
     >"$BUILD/configure.log" 2>&1 || { cat "$BUILD/configure.log"; exit 1; }
-  cmake --build "$BUILD" -j "$(nproc)" --target "${PROGRAMS[@]}" | grep -vE '^\[[0-9]+/[0-9]+\]' || true
-  test "${PIPESTATUS[0]}" -eq 0
+  quiet_build "$BUILD" -j "$(nproc)" --target "${PROGRAMS[@]}" || exit 1
 fi
 TESTS=$BUILD/tests/audio
 command -v valgrind >/dev/null || { say "valgrind missing (scripts/setup.sh installs it)"; exit 1; }

@@ -6,6 +6,7 @@
 # Usage: scripts/test.d/30-qt5.sh
 set -euo pipefail
 cd "$(dirname "$0")/../.."
+. scripts/lib/quiet_build.sh
 BUILD=build-qt5
 JOBS=${KSR_JOBS:-2}
 
@@ -24,8 +25,7 @@ programs='test_sr_interface\|test_vosk_interface[a-z_]*\|test_qt_surface\|test_h
 programs+='\|test_host_usage\|test_teardown\|teardown_host\|test_microphone_loss[a-z_]*\|test_k_sapi_[a-z_]*'
 targets="kalo-sr $(cmake --build "$BUILD" --target help | sed -n "s/^\($programs\):.*/\1/p")"
 say "building $(echo $targets | wc -w) targets"
-cmake --build "$BUILD" -j "$JOBS" --target $targets 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
-test "${PIPESTATUS[0]}" -eq 0
+quiet_build "$BUILD" -j "$JOBS" --target $targets || exit 1
 
 # The long spoken-clip tests of dictation and modes, their paced and fast
 # variants and the real-audio microphone-loss runs exercise the same code

@@ -11,6 +11,7 @@
 # KSR_WITH_WINDOWS=0 skips this suite.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
+. scripts/lib/quiet_build.sh
 ROOT=$(pwd)
 BUILD=$ROOT/build-win
 JOBS=$(nproc)
@@ -35,8 +36,7 @@ cmake -S tests/sapi/windows -B "$BUILD" -G Ninja \
   >"$BUILD/configure.log" 2>&1 \
   || { cat "$BUILD/configure.log"; exit 1; }
 say "building $BUILD"
-cmake --build "$BUILD" -j "$JOBS" 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
-test "${PIPESTATUS[0]}" -eq 0
+quiet_build "$BUILD" -j "$JOBS" || exit 1
 
 export WINEPREFIX=$BUILD/wineprefix
 export WINEARCH=win64

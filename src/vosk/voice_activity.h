@@ -17,7 +17,7 @@ namespace Vosk {
 // 60 compares per frame.
 class VoiceActivity {
 public:
-    static const int kFrameSamples = 160;  // 10 ms at 16 kHz
+    static constexpr int kFrameSamples = 160;  // 10 ms at 16 kHz
 
     // `samples` is signed 16-bit mono PCM; a frame may span two chunks.
     void feed(const std::int16_t* samples, std::size_t count);
@@ -30,7 +30,7 @@ public:
 private:
     void endFrame();
 
-    static const int kFloorFrames = 60;  // 600 ms
+    static constexpr int kFloorFrames = 60;  // 600 ms
 
     std::array<double, kFloorFrames> m_history{};  // mean squares of the last frames
     int m_frames = 0;                              // frames in the history, up to kFloorFrames

@@ -84,6 +84,44 @@ public:
     std::atomic<int> ends{0};
 };
 
+// A back end whose loop never looks at `active`: stop() has to terminate it.
+// It reports that listening began, then turns until released.
+class StubbornLoop : public K_SRInterface {
+public:
+    StubbornLoop() : K_SRInterface(nullptr) {}
+    ~StubbornLoop() override { stop(); }
+    void speechRecognitionStarted() override
+    {
+        listeningBegan();
+        running = true;
+        while (!release)
+            QThread::msleep(5);
+    }
+    void speechRecognitionEnded() override {}
+    std::atomic<bool> running{false};
+    std::atomic<bool> release{false};
+};
+
+// The command grammar the clip tests listen to: "commands", holding
+// "select all" (0) and "close window" (1), switched on; and the dictation
+// grammar, off, which gives the engine its literal keyword.
+struct ClipCommands {
+    KSR::GrammarId grammar = KSR::InvalidGrammarId;
+    KSR::RuleId rule = KSR::InvalidRuleId;
+};
+
+inline ClipCommands addClipCommands(K_VoskInterface& iface)
+{
+    ClipCommands commands;
+    commands.grammar = iface.addCommandGrammar("");
+    commands.rule = iface.addRule(commands.grammar, "commands");
+    EXPECT_EQ(iface.addCommand(commands.rule, "select all"), 0);
+    EXPECT_EQ(iface.addCommand(commands.rule, "close window"), 1);
+    EXPECT_NE(iface.addDictationGrammar(""), KSR::InvalidGrammarId);
+    EXPECT_TRUE(iface.setActivated(commands.grammar, true));
+    return commands;
+}
+
 // A model folder whose feature configuration holds `config` at `relative`
 // ("mfcc.conf" or "conf/mfcc.conf").
 inline bool writeModelFolder(const QString& folder, const QString& relative, const QByteArray& config)

@@ -31,12 +31,9 @@ protected:
         if (IsSkipped() || HasFatalFailure())
             return;
         lifecycle.reset(new LifecycleRecorder(*iface));
-        grammar = iface->addCommandGrammar("");
-        rule = iface->addRule(grammar, "commands");
-        ASSERT_EQ(iface->addCommand(rule, "select all"), 0);
-        ASSERT_EQ(iface->addCommand(rule, "close window"), 1);
-        ASSERT_NE(iface->addDictationGrammar(""), KSR::InvalidGrammarId);
-        ASSERT_TRUE(iface->setActivated(grammar, true));
+        const ClipCommands commands = addClipCommands(*iface);
+        grammar = commands.grammar;
+        rule = commands.rule;
         recorder->clear();
     }
     void TearDown() override

@@ -51,23 +51,6 @@ protected:
     std::unique_ptr<LifecycleRecorder> recorder;
 };
 
-// A loop that never looks at `active` once listening began.
-class StubbornListener : public K_SRInterface {
-public:
-    StubbornListener() : K_SRInterface(nullptr) {}
-    ~StubbornListener() override { stop(); }
-    void speechRecognitionStarted() override
-    {
-        listeningBegan();
-        running = true;
-        while (!release)
-            QThread::msleep(5);
-    }
-    void speechRecognitionEnded() override {}
-    std::atomic<bool> running{false};
-    std::atomic<bool> release{false};
-};
-
 }  // namespace
 
 TEST_F(ListeningLifecycle, ANormalRunReportsStartedThenStopped)
@@ -135,7 +118,7 @@ TEST_F(ListeningLifecycle, AForcedTerminationIsReportedAsSuch)
 #if defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "forced thread termination is not checked under ThreadSanitizer";
 #endif
-    StubbornListener listener;
+    StubbornLoop listener;
     LifecycleRecorder stubborn(listener);
     listener.start();
     ASSERT_TRUE(waitFor([&] { return stubborn.events() == Events{"started"}; }));

@@ -55,12 +55,9 @@ protected:
         ASSERT_TRUE(iface->isInitialized());
         recorder.reset(new SignalRecorder(*iface));
         watch.reset(new MicrophoneWatch(*iface));
-        grammar = iface->addCommandGrammar("");
-        rule = iface->addRule(grammar, "commands");
-        ASSERT_EQ(iface->addCommand(rule, "select all"), 0);
-        ASSERT_EQ(iface->addCommand(rule, "close window"), 1);
-        ASSERT_NE(iface->addDictationGrammar(""), KSR::InvalidGrammarId);
-        ASSERT_TRUE(iface->setActivated(grammar, true));
+        const ClipCommands commands = addClipCommands(*iface);
+        grammar = commands.grammar;
+        rule = commands.rule;
         iface->setListeningPace(K_VoskInterface::RecommendedListeningPace);
         recorder->clear();
     }

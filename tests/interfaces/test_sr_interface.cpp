@@ -42,21 +42,7 @@ public:
 };
 
 // A loop that never looks at `active`.
-class StubbornInterface : public K_SRInterface {
-public:
-    StubbornInterface() : K_SRInterface(nullptr) {}
-    ~StubbornInterface() override { stop(); }
-    void speechRecognitionStarted() override
-    {
-        running = true;
-        while (!release)
-            QThread::msleep(5);
-    }
-    void speechRecognitionEnded() override {}
-    std::atomic<bool> running{false};
-    std::atomic<bool> release{false};
-};
-
+using StubbornInterface = StubbornLoop;
 
 }  // namespace
 
