@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Builds the Qt host interfaces against Qt 5.15 (-DKSR_QT_MAJOR=5) in
-# build-qt5 and runs their tests (ctest label "qt": the interface tests, the
-# package test, and those that listen to the virtual microphone, which bring
-# its start and stop with them). The normal build covers Qt 6.
+# Builds the Qt host interfaces and the desktop host (ksr-desktop) against
+# Qt 5.15 (-DKSR_QT_MAJOR=5) in build-qt5 and runs their tests (ctest label
+# "qt": the interface tests, the package test, the desktop host's tests, and
+# those that listen to the virtual microphone, which bring its start and
+# stop with them). The normal build covers Qt 6.
 # Usage: scripts/test.d/30-qt5.sh
 set -euo pipefail
 cd "$(dirname "$0")/../.."
@@ -12,13 +13,15 @@ JOBS=${KSR_JOBS:-2}
 say() { echo "[qt5] $*"; }
 
 say "configuring $BUILD"
-cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF \
+cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF \
   >"$BUILD.configure.log" 2>&1 || { cat "$BUILD.configure.log"; exit 1; }
 grep -q "Qt5Core" "$BUILD/CMakeCache.txt" || { say "Qt 5 was not picked up"; exit 1; }
 
-# Only what the Qt tests need: the test programs of tests/interfaces and
-# the module itself, which the package test installs.
-targets="kalo-sr $(cmake --build "$BUILD" --target help | sed -n 's/^\(test_sr_interface\|test_vosk_interface[a-z_]*\):.*/\1/p')"
+# Only what the Qt tests need: the test programs of tests/interfaces and of
+# the desktop host, the desktop host, and the module itself, which the
+# package test installs.
+targets="kalo-sr ksr-desktop $(cmake --build "$BUILD" --target help |
+  sed -n 's/^\(test_sr_interface\|test_vosk_interface[a-z_]*\|test_desktop_[a-z_]*\):.*/\1/p')"
 say "building $(echo $targets | wc -w) targets"
 cmake --build "$BUILD" -j "$JOBS" --target $targets 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
 test "${PIPESTATUS[0]}" -eq 0

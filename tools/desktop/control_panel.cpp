@@ -2,8 +2,9 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFormLayout>
+#include <QGridLayout>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QSpinBox>
@@ -19,45 +20,72 @@ QSpinBox* percentBox(QWidget* parent)
     return box;
 }
 
+// A button in its colour while it can be pressed, grey while not.
+QString buttonStyle(const char* colour)
+{
+    return QString("QPushButton { background: %1; color: white; font-weight: bold; border: none;"
+                   " border-radius: 4px; padding: 5px 14px; }"
+                   " QPushButton:disabled { background: #d5d8dc; color: #8a9097; }")
+        .arg(colour);
+}
+
 }  // namespace
 
 ControlPanel::ControlPanel(HostRecognizer& recognizer, QWidget* parent)
     : QGroupBox("Listening", parent), m_recognizer(recognizer)
 {
-    auto* form = new QFormLayout(this);
-    auto* buttons = new QHBoxLayout;
+    // Two columns of settings under the buttons, so that the grammar tree
+    // above keeps most of the height.
+    auto* grid = new QGridLayout(this);
+    grid->setColumnStretch(1, 1);
+    grid->setColumnStretch(3, 1);
     m_listen = new QPushButton("Listen", this);
     m_stop = new QPushButton("Stop", this);
-    buttons->addWidget(m_listen);
-    buttons->addWidget(m_stop);
-    form->addRow(buttons);
+    m_listen->setStyleSheet(buttonStyle("#1e8449"));
+    m_stop->setStyleSheet(buttonStyle("#c0392b"));
+    grid->addWidget(m_listen, 0, 0, 1, 2);
+    grid->addWidget(m_stop, 0, 2, 1, 2);
 
     m_microphones = new QComboBox(this);
     m_microphones->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_microphones->setMinimumContentsLength(12);
-    form->addRow("Microphone", m_microphones);
+    grid->addWidget(new QLabel("Microphone", this), 1, 0);
+    grid->addWidget(m_microphones, 1, 1, 1, 3);
+
     m_rates = new QComboBox(this);
-    form->addRow("Rate", m_rates);
-    m_commandThreshold = percentBox(this);
-    form->addRow("Command threshold", m_commandThreshold);
-    m_dictationThreshold = percentBox(this);
-    m_dictationThreshold->setRange(0, 100);
-    form->addRow("Dictation threshold", m_dictationThreshold);
+    grid->addWidget(new QLabel("Rate", this), 2, 0);
+    grid->addWidget(m_rates, 2, 1);
     m_fastCommands = new QSpinBox(this);
     m_fastCommands->setRange(0, 5000);
     m_fastCommands->setSingleStep(50);
     m_fastCommands->setSuffix(" ms");
     m_fastCommands->setSpecialValueText("off");
     m_fastCommands->setToolTip("End a command after this much quiet instead of the decoder's own end");
-    form->addRow("Early end of commands", m_fastCommands);
+    grid->addWidget(new QLabel("Early end", this), 2, 2);
+    grid->addWidget(m_fastCommands, 2, 3);
+
+    m_commandThreshold = percentBox(this);
+    m_commandThreshold->setPrefix("commands ");
+    m_commandThreshold->setToolTip("Confidence every word of a command needs");
+    m_dictationThreshold = percentBox(this);
+    m_dictationThreshold->setPrefix("dictation ");
+    m_dictationThreshold->setRange(0, 100);
+    m_dictationThreshold->setToolTip("Mean confidence dictated text needs");
+    grid->addWidget(new QLabel("Thresholds", this), 3, 0);
+    grid->addWidget(m_commandThreshold, 3, 1);
+    grid->addWidget(m_dictationThreshold, 3, 2, 1, 2);
+
+    auto* boxes = new QHBoxLayout;
     m_paced = new QCheckBox("Paced listening", this);
     m_paced->setToolTip("Wait for audio instead of polling, and keep listening through a lost microphone");
-    form->addRow(m_paced);
     m_chain = new QCheckBox("Chained commands", this);
     m_chain->setToolTip("Phrases said in one breath count one by one");
-    form->addRow(m_chain);
     m_hypotheses = new QCheckBox("Log hypotheses", this);
-    form->addRow(m_hypotheses);
+    boxes->addWidget(m_paced);
+    boxes->addWidget(m_chain);
+    boxes->addWidget(m_hypotheses);
+    boxes->addStretch(1);
+    grid->addLayout(boxes, 4, 0, 1, 4);
 
     connectControls();
     setListening(false);

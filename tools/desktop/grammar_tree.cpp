@@ -52,7 +52,7 @@ void GrammarTree::load(const GrammarNames& names)
     if (names.grammars.count(names.dictationGrammar))
         addGrammar(names, names.dictationGrammar);
     for (const auto& entry : m_grammars) {
-        showState(entry.first);
+        showState(entry.first, grammarOn(entry.first));
         // Command grammars open, the dictation grammar's 20-odd formatting phrases folded.
         entry.second->setExpanded(entry.first != names.dictationGrammar);
     }
@@ -68,6 +68,11 @@ void GrammarTree::addGrammar(const GrammarNames& names, KSR::GrammarId id)
     QFont bold = grammarItem->font(NameColumn);
     bold.setBold(true);
     grammarItem->setFont(NameColumn, bold);
+    // Spoken keys stand out: saying one switches the grammars.
+    QFont italic = grammarItem->font(KeyColumn);
+    italic.setItalic(true);
+    grammarItem->setFont(KeyColumn, italic);
+    grammarItem->setForeground(KeyColumn, QColor(0x8e, 0x44, 0xad));
     addTopLevelItem(grammarItem);
     m_grammars[id] = grammarItem;
 
@@ -106,14 +111,9 @@ QTreeWidgetItem* GrammarTree::ruleItem(KSR::RuleId id) const
 
 void GrammarTree::grammarSwitched(KSR::GrammarId id, bool on)
 {
-    QTreeWidgetItem* item = grammarItem(id);
-    if (!item)
-        return;
-    {
-        const QSignalBlocker quiet(this);
-        item->setCheckState(NameColumn, box(on));
-    }
-    showState(id);
+    // The signal may arrive after later switches (it is queued): the box
+    // shows what it says, and the rules what the module holds now.
+    showState(id, on);
 }
 
 void GrammarTree::boxChanged(QTreeWidgetItem* item, int column)
@@ -125,26 +125,32 @@ void GrammarTree::boxChanged(QTreeWidgetItem* item, int column)
     switch (item->data(NameColumn, KindRole).toInt()) {
     case GrammarKind:
         m_manager.setActivated(id, on);
-        showState(id);
+        showState(id, grammarOn(id));
         break;
     case RuleKind:
         m_manager.setRuleActivated(static_cast<KSR::RuleId>(id), on);
-        showState(item->parent()->data(NameColumn, IdRole).toULongLong());
+        showState(item->parent()->data(NameColumn, IdRole).toULongLong(),
+                  item->parent()->checkState(NameColumn) == Qt::Checked);
         break;
     default:
         break;
     }
 }
 
-void GrammarTree::showState(KSR::GrammarId id)
+bool GrammarTree::grammarOn(KSR::GrammarId id) const
+{
+    const std::shared_ptr<KSR_VoskGrammar> grammar = m_manager.getGrammar(id);
+    return grammar && grammar->isActive();
+}
+
+void GrammarTree::showState(KSR::GrammarId id, bool on)
 {
     QTreeWidgetItem* item = grammarItem(id);
-    const std::shared_ptr<KSR_VoskGrammar> grammar = m_manager.getGrammar(id);
-    if (!item || !grammar)
+    if (!item)
         return;
     const QSignalBlocker quiet(this);
-    const bool grammarOn = grammar->isActive();
-    item->setCheckState(NameColumn, box(grammarOn));
+    item->setCheckState(NameColumn, box(on));
+    // Switching a grammar switches all its rules in the module.
     const QBrush heard = palette().brush(QPalette::Text);
     const QBrush unheard = palette().brush(QPalette::Disabled, QPalette::Text);
     for (int r = 0; r < item->childCount(); ++r) {
@@ -153,6 +159,6 @@ void GrammarTree::showState(KSR::GrammarId id)
         rule->setCheckState(NameColumn, box(ruleOn));
         for (int c = 0; c < rule->childCount(); ++c)
             for (int column = 0; column < columnCount(); ++column)
-                rule->child(c)->setForeground(column, grammarOn && ruleOn ? heard : unheard);
+                rule->child(c)->setForeground(column, on && ruleOn ? heard : unheard);
     }
 }

@@ -14,7 +14,8 @@ class KSR_VoskManager;
 // activation keys, ids and a box per grammar and rule that shows whether it
 // is on. Ticking a box switches the grammar (setActivated) or the rule
 // (setRuleActivated) in the module; the module's grammar signal (a spoken
-// key, or the host's own switch) ticks it back.
+// key, or the host's own switch) ticks it back. The module switches a
+// grammar's rules with it, so the rules of a grammar that is off show off.
 class GrammarTree : public QTreeWidget {
 public:
     enum Column { NameColumn, KeyColumn, IdColumn };
@@ -34,9 +35,10 @@ public:
 private:
     void addGrammar(const GrammarNames& names, KSR::GrammarId id);
     void boxChanged(QTreeWidgetItem* item, int column);
-    // Shows the module's state of the grammar and its rules: boxes, and
-    // commands greyed when they cannot be heard.
-    void showState(KSR::GrammarId id);
+    bool grammarOn(KSR::GrammarId id) const;
+    // Shows the grammar on or off, its rules as the module holds them, and
+    // its commands greyed when they cannot be heard.
+    void showState(KSR::GrammarId id, bool on);
 
     KSR_VoskManager& m_manager;
     std::map<KSR::GrammarId, QTreeWidgetItem*> m_grammars;

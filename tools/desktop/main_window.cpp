@@ -92,8 +92,8 @@ void MainWindow::buildLayout()
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(left);
     split->addWidget(right);
-    split->setStretchFactor(0, 2);
-    split->setStretchFactor(1, 3);
+    split->setStretchFactor(1, 1);
+    split->setSizes({DefaultWidth * 2 / 5, DefaultWidth * 3 / 5});
     layout->addWidget(split, 1);
     setCentralWidget(central);
 

@@ -21,6 +21,9 @@ const QString kOffForeground = "#7b8088";
 
 StatePanel::StatePanel(QWidget* parent) : QWidget(parent)
 {
+    setObjectName("state");
+    setAttribute(Qt::WA_StyledBackground);
+    setStyleSheet("#state { background: #eef2f7; border: 1px solid #d0d7e2; border-radius: 6px; }");
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(8, 6, 8, 6);
     m_listeningLabel = new QLabel(this);

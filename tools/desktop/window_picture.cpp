@@ -13,7 +13,8 @@ bool saveWindowPicture(QWidget& window, const std::string& path, std::string& er
         error = "cannot take a picture of the window";
         return false;
     }
-    if (!picture.save(QString::fromStdString(path), "PNG")) {
+    // Quality 0 is the strongest (lossless) PNG compression.
+    if (!picture.save(QString::fromStdString(path), "PNG", 0)) {
         error = "cannot write the picture to " + path;
         return false;
     }
