@@ -14,11 +14,7 @@ cd "$(dirname "$0")/.."
 BUILD=${KSR_DEMO_BUILD:-build}
 say() { echo "[demo] $*"; }
 
-./scripts/setup.sh
-say "building ksr-demo in $BUILD"
-cmake -S . -B "$BUILD" -G Ninja >"$BUILD.configure.log" 2>&1 || { cat "$BUILD.configure.log"; exit 1; }
-cmake --build "$BUILD" --target ksr-demo 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
-test "${PIPESTATUS[0]}" -eq 0
+./scripts/build_program.sh ksr-demo
 
 if [ $# -gt 0 ]; then
   exec "./$BUILD/tools/ksr-demo" "$@"

@@ -14,11 +14,7 @@ cd "$(dirname "$0")/.."
 BUILD=${KSR_DEMO_BUILD:-build}
 say() { echo "[desktop] $*"; }
 
-./scripts/setup.sh
-say "building ksr-desktop in $BUILD"
-cmake -S . -B "$BUILD" -G Ninja >"$BUILD.configure.log" 2>&1 || { cat "$BUILD.configure.log"; exit 1; }
-cmake --build "$BUILD" --target ksr-desktop 2>&1 | grep -vE '^\[[0-9]+/[0-9]+\]' || true
-test "${PIPESTATUS[0]}" -eq 0
+./scripts/build_program.sh ksr-desktop
 
 if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ -z "${QT_QPA_PLATFORM:-}" ]; then
   say "no display: run it in a desktop session, or under Xvfb: xvfb-run -a $0 --screenshot window.png"

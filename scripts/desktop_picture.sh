@@ -10,8 +10,7 @@
 #
 #   scripts/desktop_picture.sh [OUT.png]      default: docs/ksr-desktop.png
 #
-# KSR_DEMO_BUILD names the build folder (default: build); the program must
-# be built (scripts/desktop.sh does that).
+# KSR_DEMO_BUILD names the build folder (default: build).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 BUILD=${KSR_DEMO_BUILD:-build}
@@ -19,7 +18,7 @@ OUT=${1:-docs/ksr-desktop.png}
 PROGRAM=$BUILD/tools/desktop/ksr-desktop
 say() { echo "[desktop-picture] $*"; }
 
-[ -x "$PROGRAM" ] || { say "build $PROGRAM first (scripts/desktop.sh)"; exit 1; }
+./scripts/build_program.sh ksr-desktop
 command -v xvfb-run >/dev/null || { say "xvfb-run missing: run scripts/setup.sh"; exit 1; }
 
 export VIRTUAL_MIC_DIR=$PWD/$BUILD/desktop-picture-mic

@@ -6,15 +6,11 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 
-#include <atomic>
-#include <thread>
-
 #include "control_panel.h"
 #include "desktop_window_fixture.h"
 #include "event_log.h"
-#include "interface_test_support.h"
+#include "mic_session.h"
 #include "state_panel.h"
-#include "virtual_mic.h"
 
 using namespace DesktopIds;
 
@@ -41,26 +37,6 @@ protected:
                 return true;
         return false;
     }
-
-    // Plays a clip into the microphone while the window's thread runs its
-    // events, then waits until `done` holds, and lets the speaker's pause
-    // after it pass (every recognizer ends its utterance in it).
-    template <typename Done>
-    bool hear(const std::string& clip, Done done)
-    {
-        std::atomic<bool> played{false};
-        bool ok = false;
-        std::thread player([&] {
-            ok = VirtualMic::play(TestData::clip(clip));
-            played = true;
-        });
-        waitFor([&] { return played.load(); }, 30000);
-        player.join();
-        EXPECT_TRUE(ok) << "could not play " << clip;
-        const bool arrived = waitFor(done, 8000);
-        pumpEvents(1500);
-        return arrived;
-    }
 };
 
 }  // namespace
@@ -72,19 +48,19 @@ TEST_F(DesktopMicrophone, ShowsAKeyACommandAndDictationSpokenIntoTheMicrophone)
     EXPECT_FALSE(window->controls().listenButton()->isEnabled());
     pumpEvents(500);  // the microphone's quiet noise before the first word
 
-    EXPECT_TRUE(hear("key_north.wav", [&] { return on(Files) && !on(Edit); }));
+    EXPECT_TRUE(hearClip("key_north.wav", [&] { return on(Files) && !on(Edit); }));
     EXPECT_TRUE(logged("grammar files on"));
     EXPECT_TRUE(logged("grammar edit off"));
 
-    EXPECT_TRUE(hear("cmd_open_file.wav", [&] {
+    EXPECT_TRUE(hearClip("cmd_open_file.wav", [&] {
         return logged("command \"open file\"  grammar 102 files, rule 12 files, command 0");
     }));
 
-    EXPECT_TRUE(hear("key_activate_smith.wav", [&] { return on(Dictation) && !on(Files); }));
+    EXPECT_TRUE(hearClip("key_activate_smith.wav", [&] { return on(Dictation) && !on(Files); }));
     EXPECT_TRUE(window->statePanel().modeOn(StatePanel::Dictation));
     EXPECT_TRUE(logged("mode dictation on"));
 
-    EXPECT_TRUE(hear("dict_hello_world.wav", [&] { return !window->document().text().empty(); }));
+    EXPECT_TRUE(hearClip("dict_hello_world.wav", [&] { return !window->document().text().empty(); }));
     EXPECT_EQ(window->document().text(), "Hello world");
     EXPECT_EQ(window->documentView().toPlainText(), "Hello world");
     EXPECT_TRUE(logged("text \"Hello world\""));
