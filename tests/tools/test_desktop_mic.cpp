@@ -11,6 +11,7 @@
 #include "event_log.h"
 #include "mic_session.h"
 #include "state_panel.h"
+#include "tsan_audio_libraries.h"
 
 using namespace DesktopIds;
 

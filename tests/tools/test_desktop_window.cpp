@@ -300,3 +300,24 @@ TEST(DesktopErrors, WithoutDialogsNothingOpens)
     EXPECT_EQ(parent.findChild<QMessageBox*>(), nullptr);
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }
+
+TEST(DesktopWithoutMicrophone, ListenSaysThereIsNoMicrophone)
+{
+    KSR_REQUIRE_DATA(TestData::modelPath());
+    // OpenAL's null back end has no capture device (OpenAL reads this once,
+    // and each test runs in a process of its own under ctest).
+    ::setenv("ALSOFT_DRIVERS", "null", 1);
+    std::string model;
+    std::string error;
+    ASSERT_TRUE(selectModel(TestData::modelPath(), model, error)) << error;
+    MainWindow window;
+    ASSERT_TRUE(window.loadGrammar(GrammarFile(), "empty.json", error)) << error;
+    EXPECT_FALSE(window.controls().microphones()->isEnabled());
+    std::vector<std::string> reported;
+    window.listeningFailed = [&](const std::string& problem) { reported.push_back(problem); };
+    window.controls().listenButton()->click();
+    EXPECT_EQ(reported, std::vector<std::string>{"no microphone found"});
+    EXPECT_FALSE(window.recognizer().isActive());
+    EXPECT_TRUE(window.controls().listenButton()->isEnabled());
+    EXPECT_FALSE(window.controls().stopButton()->isEnabled());
+}
