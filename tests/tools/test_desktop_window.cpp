@@ -12,6 +12,7 @@
 #include <QTimer>
 
 #include "control_panel.h"
+#include "desktop_startup.h"
 #include "desktop_window_fixture.h"
 #include "error_report.h"
 #include "event_log.h"
@@ -320,4 +321,48 @@ TEST(DesktopWithoutMicrophone, ListenSaysThereIsNoMicrophone)
     EXPECT_FALSE(window.recognizer().isActive());
     EXPECT_TRUE(window.controls().listenButton()->isEnabled());
     EXPECT_FALSE(window.controls().stopButton()->isEnabled());
+}
+
+// --- The program's start, in the test's process -----------------------
+
+namespace {
+
+QApplication& application() { return *static_cast<QApplication*>(QCoreApplication::instance()); }
+
+}  // namespace
+
+TEST(DesktopStartup, AStartupErrorWaitsInADialogAndEndsWithItsStatus)
+{
+    DesktopOptions options;
+    options.modelPath = "/nonexistent/model";
+    QString shown;
+    QTimer::singleShot(50, [&shown] {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            shown = box->text();
+            box->accept();
+        }
+    });
+    EXPECT_EQ(runDesktop(application(), options), 3);
+    EXPECT_EQ(shown, "no acoustic model folder at /nonexistent/model");
+}
+
+TEST(DesktopStartup, OpensTheWindowWithTheBundledGrammarAndRunsUntilQuit)
+{
+    KSR_REQUIRE_DATA(TestData::modelPath());
+    DesktopOptions options;
+    options.modelPath = TestData::modelPath();
+    QString title;
+    int grammars = -1;
+    QTimer::singleShot(300, [&] {
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            if (auto* window = dynamic_cast<MainWindow*>(widget))
+                if (window->isVisible()) {
+                    title = window->windowTitle();
+                    grammars = window->grammarTree().topLevelItemCount();
+                }
+        QCoreApplication::quit();
+    });
+    EXPECT_EQ(runDesktop(application(), options), 0);
+    EXPECT_EQ(title, QString::fromUtf8("kalo-sr desktop \u2014 grammar.json"));
+    EXPECT_EQ(grammars, 3);
 }
