@@ -11,15 +11,10 @@
 # KSR_DEMO_BUILD names the build folder (default: build).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/lib/quiet_build.sh
 BUILD=${KSR_DEMO_BUILD:-build}
 say() { echo "[demo] $*"; }
 
-./scripts/setup.sh
-say "building ksr-demo in $BUILD"
-mkdir -p "$BUILD"
-cmake -S . -B "$BUILD" -G Ninja >"$BUILD/configure.log" 2>&1 || { cat "$BUILD/configure.log"; exit 1; }
-quiet_build "$BUILD" --target ksr-demo || exit 1
+./scripts/build_program.sh ksr-demo
 
 if [ $# -gt 0 ]; then
   exec "./$BUILD/tools/ksr-demo" "$@"

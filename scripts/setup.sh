@@ -16,6 +16,7 @@ PACKAGES=(
   qt6-base-dev qtbase5-dev
   libsndfile1-dev
   pulseaudio pulseaudio-utils sox
+  xvfb xauth fonts-dejavu-core
   clang libclang-rt-14-dev valgrind
 )
 # npm fetches libvosk; machines that already have Node.js keep theirs.

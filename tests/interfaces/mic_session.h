@@ -19,6 +19,31 @@
 #include "test_data.h"
 #include "virtual_mic.h"
 
+// Plays a clip into the microphone while the host thread runs its events,
+// then keeps running them until `done` holds and at least `quietMs` have
+// passed since the clip ended, or `afterMs` have passed. The quiet lets
+// every recognizer end the utterance (about one second of trailing quiet)
+// before the next clip, as a speaker's pause would.
+template <typename Done>
+bool hearClip(const std::string& clip, Done done, int afterMs = 6000, int quietMs = 1800)
+{
+    std::atomic<bool> played{false};
+    bool ok = false;
+    std::thread player([&] {
+        ok = VirtualMic::play(TestData::clip(clip));
+        played = true;
+    });
+    waitFor([&] { return played.load(); }, 30000);
+    player.join();
+    EXPECT_TRUE(ok) << "could not play " << clip;
+    QElapsedTimer sinceEnd;
+    sinceEnd.start();
+    const bool arrived = waitFor(done, afterMs);
+    if (sinceEnd.elapsed() < quietMs)
+        pumpEvents(int(quietMs - sinceEnd.elapsed()));
+    return arrived;
+}
+
 class MicSession : public testing::Test {
 protected:
     void SetUp() override
@@ -58,29 +83,10 @@ protected:
         pumpEvents(400);
     }
 
-    // Plays a clip into the microphone while the host thread runs its
-    // events, then keeps running them until `done` holds and at least
-    // `quietMs` have passed since the clip ended, or `afterMs` have passed.
-    // The quiet lets every recognizer end the utterance (about one second
-    // of trailing quiet) before the next clip, as a speaker's pause would.
     template <typename Done>
     bool hear(const std::string& clip, Done done, int afterMs = 6000, int quietMs = 1800)
     {
-        std::atomic<bool> played{false};
-        bool ok = false;
-        std::thread player([&] {
-            ok = VirtualMic::play(TestData::clip(clip));
-            played = true;
-        });
-        waitFor([&] { return played.load(); }, 30000);
-        player.join();
-        EXPECT_TRUE(ok) << "could not play " << clip;
-        QElapsedTimer sinceEnd;
-        sinceEnd.start();
-        const bool arrived = waitFor(done, afterMs);
-        if (sinceEnd.elapsed() < quietMs)
-            pumpEvents(int(quietMs - sinceEnd.elapsed()));
-        return arrived;
+        return hearClip(clip, done, afterMs, quietMs);
     }
 
     // Plays a clip and waits until one more result has arrived.

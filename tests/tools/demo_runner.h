@@ -6,32 +6,13 @@
 // standard error.
 
 #include <rapidjson/document.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
-struct DemoRun {
-    int status = -1;
-    std::string out;
-    std::string err;
+#include "program_runner.h"
 
-    std::vector<std::string> lines() const
-    {
-        std::vector<std::string> all;
-        std::istringstream stream(out);
-        std::string line;
-        while (std::getline(stream, line))
-            all.push_back(line);
-        return all;
-    }
-};
+using DemoRun = ProgramRun;
 
 // One JSON line of the demo, flattened to what the tests compare.
 struct DemoEvent {
@@ -75,55 +56,12 @@ inline std::vector<DemoEvent> parseEvents(const DemoRun& run)
     return events;
 }
 
-inline std::string readFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-inline std::string shellQuote(const std::string& text)
-{
-    std::string quoted = "'";
-    for (char c : text)
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-}
-
 // Runs the demo with `arguments` after the environment assignments in
 // `environment` ("NAME=value"), in `directory` when given.
 inline DemoRun runDemo(const std::vector<std::string>& arguments, const std::vector<std::string>& environment = {},
                        const std::string& directory = "")
 {
-    char errPath[] = "/tmp/ksr-demo-err-XXXXXX";
-    const int errFd = ::mkstemp(errPath);
-    if (errFd >= 0)
-        ::close(errFd);
-    std::string command;
-    if (!directory.empty())
-        command += "cd " + shellQuote(directory) + " && ";
-    command += "env";
-    for (const std::string& assignment : environment)
-        command += " " + shellQuote(assignment);
-    command += " " + shellQuote(KSR_DEMO_PROGRAM);
-    for (const std::string& argument : arguments)
-        command += " " + shellQuote(argument);
-    command += " 2>" + shellQuote(errPath);
-
-    DemoRun run;
-    std::FILE* pipe = ::popen(command.c_str(), "r");
-    if (pipe) {
-        char chunk[4096];
-        std::size_t got;
-        while ((got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0)
-            run.out.append(chunk, got);
-        const int status = ::pclose(pipe);
-        run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-    run.err = readFile(errPath);
-    std::remove(errPath);
-    return run;
+    return runProgram(KSR_DEMO_PROGRAM, arguments, environment, directory);
 }
 
 #endif

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "audio/audio_device.h"
 #include "vosk_engine.h"
 
 namespace {
@@ -31,8 +30,6 @@ void DemoRecognizer::feed(const std::vector<std::int16_t>& samples)
         processAudio(reinterpret_cast<const char*>(&samples[at]), static_cast<int>(count * sizeof(std::int16_t)));
     }
 }
-
-int DemoRecognizer::captureFrequency() const { return audioDevice()->frequency(false); }
 
 void DemoRecognizer::flush()
 {

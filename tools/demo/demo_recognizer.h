@@ -5,13 +5,13 @@
 #include <random>
 #include <vector>
 
-#include "k_vosk_interface.h"
+#include "host_recognizer.h"
 
 // The module's Vosk interface, plus a way to hear sound files through the
 // same manager and engine path that the microphone feeds.
-class DemoRecognizer : public K_VoskInterface {
+class DemoRecognizer : public HostRecognizer {
 public:
-    DemoRecognizer() : K_VoskInterface(nullptr) {}
+    DemoRecognizer() : HostRecognizer(nullptr) {}
     ~DemoRecognizer() override { stop(); }
 
     // Hears one file as a stream of its own (16 kHz mono samples): the
@@ -24,9 +24,6 @@ public:
     // makes them end an utterance together, so that a command is taken as a
     // command before its words could be dictated.
     void hearFile(const std::vector<std::int16_t>& samples);
-
-    // The rate the microphone is captured at, in hertz (read while stopped).
-    int captureFrequency() const;
 
 private:
     void flush();

@@ -1,20 +1,14 @@
 #include "event_printer.h"
 
+#include "event_text.h"
+
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
 namespace {
 
 using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
-
-// The text between quotes, with line feeds, tabs and quotes visible.
-std::string quoted(const std::string& text)
-{
-    rapidjson::StringBuffer buffer;
-    Writer writer(buffer);
-    writer.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
-    return buffer.GetString();
-}
+using EventText::line;
 
 template <typename Fill>
 std::string jsonLine(const char* event, Fill fill)
@@ -50,7 +44,7 @@ void ids(Writer& writer, const KSR::SRData& data)
 
 EventPrinter::EventPrinter(K_VoskInterface& recognizer, const GrammarNames& names, bool json, bool hypotheses,
                            std::FILE* out)
-    : m_names(names), m_json(json), m_hypotheses(hypotheses), m_out(out)
+    : m_names(names), m_json(json), m_hypotheses(hypotheses), m_out(out), m_document(names)
 {
     connect(&recognizer, &K_SRInterface::recognitionResult, this, [this](KSR::SRData data) { result(data); });
     connect(&recognizer, &K_SRInterface::hypothesisResult, this, [this](KSR::SRData data) { hypothesis(data); });
@@ -65,18 +59,6 @@ EventPrinter::EventPrinter(K_VoskInterface& recognizer, const GrammarNames& name
             [this](const QString& device) { microphone(device, false); });
     connect(&recognizer, &K_VoskInterface::microphoneReconnected, this,
             [this](const QString& device) { microphone(device, true); });
-}
-
-std::string EventPrinter::grammarName(KSR::GrammarId id) const
-{
-    const auto found = m_names.grammars.find(id);
-    return found == m_names.grammars.end() ? std::string("?") : found->second;
-}
-
-std::string EventPrinter::ruleName(KSR::RuleId id) const
-{
-    const auto found = m_names.rules.find(id);
-    return found == m_names.rules.end() ? std::string("?") : found->second;
 }
 
 void EventPrinter::emitLine(const std::string& line)
@@ -104,50 +86,44 @@ void EventPrinter::listening(const std::string& device, int frequency)
 
 void EventPrinter::document()
 {
-    if (m_document.empty())
+    const std::string& text = m_document.text();
+    if (text.empty())
         return;
-    emitLine(m_json ? jsonLine("document", [&](Writer& w) { key(w, "text", m_document); })
-                    : "document    " + quoted(m_document));
+    emitLine(m_json ? jsonLine("document", [&](Writer& w) { key(w, "text", text); })
+                    : line("document", EventText::document(text)));
 }
 
 void EventPrinter::result(const KSR::SRData& data)
 {
     m_lastHypothesis.clear();
-    const bool dictation = data.grammarId == m_names.dictationGrammar;
-    if (dictation && (data.ruleId == KSR::InvalidRuleId || data.ruleId == m_names.formattingRule))
-        m_document += data.text;
-    if (dictation && data.ruleId == KSR::InvalidRuleId) {
-        emitLine(m_json ? jsonLine("text",
-                                   [&](Writer& w) {
-                                       key(w, "text", data.text);
-                                       w.Key("grammar");
-                                       w.Uint64(data.grammarId);
-                                   })
-                        : "text        " + quoted(data.text));
-    } else if (dictation && data.ruleId == m_names.formattingRule) {
-        emitLine(m_json ? jsonLine("format",
-                                   [&](Writer& w) {
-                                       key(w, "text", data.text);
-                                       ids(w, data);
-                                   })
-                        : "format      " + quoted(data.text) + "  command " + std::to_string(data.commandId));
-    } else {
-        emitLine(m_json ? jsonLine("command",
-                                   [&](Writer& w) {
-                                       key(w, "text", data.text);
-                                       w.Key("grammar");
-                                       w.Uint64(data.grammarId);
-                                       key(w, "grammarName", grammarName(data.grammarId));
-                                       w.Key("rule");
-                                       w.Uint(data.ruleId);
-                                       key(w, "ruleName", ruleName(data.ruleId));
-                                       w.Key("command");
-                                       w.Int(data.commandId);
-                                   })
-                        : "command     " + quoted(data.text) + "  grammar " + std::to_string(data.grammarId) + " " +
-                              grammarName(data.grammarId) + ", rule " + std::to_string(data.ruleId) + " " +
-                              ruleName(data.ruleId) + ", command " + std::to_string(data.commandId));
+    const ResultKind kind = m_document.add(data);
+    const char* event = resultEventName(kind);
+    if (!m_json) {
+        emitLine(line(event, EventText::result(m_names, kind, data)));
+        return;
     }
+    emitLine(jsonLine(event, [&](Writer& w) {
+        key(w, "text", data.text);
+        switch (kind) {
+        case ResultKind::Text:
+            w.Key("grammar");
+            w.Uint64(data.grammarId);
+            break;
+        case ResultKind::Format:
+            ids(w, data);
+            break;
+        case ResultKind::Command:
+            w.Key("grammar");
+            w.Uint64(data.grammarId);
+            key(w, "grammarName", EventText::grammarName(m_names, data.grammarId));
+            w.Key("rule");
+            w.Uint(data.ruleId);
+            key(w, "ruleName", EventText::ruleName(m_names, data.ruleId));
+            w.Key("command");
+            w.Int(data.commandId);
+            break;
+        }
+    }));
 }
 
 void EventPrinter::hypothesis(const KSR::SRData& data)
@@ -161,13 +137,13 @@ void EventPrinter::hypothesis(const KSR::SRData& data)
                                    key(w, "text", data.text);
                                    ids(w, data);
                                })
-                    : "hypothesis  " + quoted(data.text));
+                    : line("hypothesis", EventText::hypothesis(data)));
 }
 
 void EventPrinter::failed()
 {
     m_lastHypothesis.clear();
-    emitLine(m_json ? jsonLine("failed", [](Writer&) {}) : "failed");
+    emitLine(m_json ? jsonLine("failed", [](Writer&) {}) : line("failed", std::string()));
 }
 
 void EventPrinter::grammar(KSR::GrammarId id, bool on)
@@ -176,11 +152,11 @@ void EventPrinter::grammar(KSR::GrammarId id, bool on)
                                [&](Writer& w) {
                                    w.Key("grammar");
                                    w.Uint64(id);
-                                   key(w, "name", grammarName(id));
+                                   key(w, "name", EventText::grammarName(m_names, id));
                                    w.Key("active");
                                    w.Bool(on);
                                })
-                    : "grammar     " + grammarName(id) + (on ? " on" : " off"));
+                    : line("grammar", EventText::grammar(m_names, id, on)));
 }
 
 void EventPrinter::mode(const char* name, bool on)
@@ -192,7 +168,7 @@ void EventPrinter::mode(const char* name, bool on)
                                    w.Key("active");
                                    w.Bool(on);
                                })
-                    : std::string("mode        ") + name + (on ? " on" : " off"));
+                    : line("mode", EventText::mode(name, on)));
 }
 
 void EventPrinter::microphone(const QString& device, bool connected)
@@ -204,5 +180,5 @@ void EventPrinter::microphone(const QString& device, bool connected)
                                    w.Key("connected");
                                    w.Bool(connected);
                                })
-                    : "microphone  " + quoted(name) + (connected ? " back" : " lost"));
+                    : line("microphone", EventText::microphone(name, connected)));
 }

@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 
+#include "dictation_document.h"
 #include "grammar_file.h"
 #include "k_vosk_interface.h"
 
@@ -45,8 +46,6 @@ private:
     void mode(const char* name, bool on);
     void microphone(const QString& device, bool connected);
 
-    std::string grammarName(KSR::GrammarId id) const;
-    std::string ruleName(KSR::RuleId id) const;
     void emitLine(const std::string& line);
 
     const GrammarNames& m_names;
@@ -56,7 +55,7 @@ private:
     // Last partial text per grammar: the command and the dictation
     // recognizers send theirs in turn, each repeated for every chunk.
     std::map<KSR::GrammarId, std::string> m_lastHypothesis;
-    std::string m_document;
+    DictationDocument m_document;
 };
 
 #endif

@@ -5,8 +5,6 @@
 // manager and engine). See demoUsage() for the command line and
 // exit_codes.h for the exit status.
 #include <QCoreApplication>
-#include <QDir>
-#include <QFileInfo>
 #include <QTimer>
 
 #include <algorithm>
@@ -23,6 +21,7 @@
 #include "event_printer.h"
 #include "exit_codes.h"
 #include "grammar_file.h"
+#include "model_lookup.h"
 
 namespace {
 
@@ -35,33 +34,16 @@ int fail(int code, const std::string& message)
     return code;
 }
 
-// --model, else the environment, else the model that ships with the demo.
-std::string chooseModel(const DemoOptions& options)
-{
-    if (!options.modelPath.empty())
-        return options.modelPath;
-    if (const char* fromEnvironment = std::getenv("KALO_ACOUSTIC_MODEL_PATH"))
-        if (*fromEnvironment)
-            return fromEnvironment;
-    return KSR_DEMO_MODEL_DIR;
-}
-
-bool hasFeatureConfig(const std::string& model)
-{
-    return QFileInfo::exists(QString::fromStdString(model + "/mfcc.conf")) ||
-           QFileInfo::exists(QString::fromStdString(model + "/conf/mfcc.conf"));
-}
-
 int listMicrophones()
 {
     AudioDevice audio;
     const std::list<std::string> devices = audio.availableCaptureDevices();
     if (devices.empty())
-        return fail(DemoExit::Microphone, "no capture device found");
+        return fail(HostExit::Microphone, "no capture device found");
     const std::string standard = audio.defaultCaptureDeviceName();
     for (const std::string& name : devices)
         std::printf("%s%s\n", name.c_str(), name == standard ? "  (default)" : "");
-    return DemoExit::Ok;
+    return HostExit::Ok;
 }
 
 int hearFiles(DemoRecognizer& recognizer, EventPrinter& printer, const std::vector<std::string>& files)
@@ -72,7 +54,7 @@ int hearFiles(DemoRecognizer& recognizer, EventPrinter& printer, const std::vect
     for (std::size_t i = 0; i < files.size(); ++i) {
         std::string error;
         if (!loadAudioFile(files[i], kModelRate, audio[i], error))
-            return fail(DemoExit::AudioFile, "cannot read audio file " + files[i] + ": " + error);
+            return fail(HostExit::AudioFile, "cannot read audio file " + files[i] + ": " + error);
     }
     recognizer.startRecognizing();
     for (std::size_t i = 0; i < files.size(); ++i) {
@@ -81,7 +63,7 @@ int hearFiles(DemoRecognizer& recognizer, EventPrinter& printer, const std::vect
     }
     recognizer.stopRecognizing();
     printer.document();
-    return DemoExit::Ok;
+    return HostExit::Ok;
 }
 
 // Opens and closes the device once, so that a microphone that cannot
@@ -98,14 +80,14 @@ int listen(QCoreApplication& app, DemoRecognizer& recognizer, EventPrinter& prin
 {
     const std::list<std::string> devices = recognizer.availableMicrophones();
     if (devices.empty())
-        return fail(DemoExit::Microphone, "no microphone found");
+        return fail(HostExit::Microphone, "no microphone found");
     std::string device = options.device;
     if (!device.empty()) {
         if (std::find(devices.begin(), devices.end(), device) == devices.end()) {
             std::string names;
             for (const std::string& name : devices)
                 names += "\n  " + name;
-            return fail(DemoExit::Microphone, "no microphone named \"" + device + "\"; there are:" + names);
+            return fail(HostExit::Microphone, "no microphone named \"" + device + "\"; there are:" + names);
         }
         recognizer.microphoneDeviceChangedSlot(QString::fromStdString(device));
     } else {
@@ -113,7 +95,7 @@ int listen(QCoreApplication& app, DemoRecognizer& recognizer, EventPrinter& prin
         device = audio.defaultCaptureDeviceName();
     }
     if (!captureWorks(options.device))
-        return fail(DemoExit::Microphone, "cannot capture from \"" + device + "\"");
+        return fail(HostExit::Microphone, "cannot capture from \"" + device + "\"");
 
     printer.listening(device, recognizer.captureFrequency());
 
@@ -137,7 +119,7 @@ int listen(QCoreApplication& app, DemoRecognizer& recognizer, EventPrinter& prin
     recognizer.stop();
     QCoreApplication::processEvents();  // what the worker sent last
     printer.document();
-    return DemoExit::Ok;
+    return HostExit::Ok;
 }
 
 }  // namespace
@@ -148,11 +130,11 @@ int main(int argc, char** argv)
     std::string error;
     if (!parseDemoOptions(argc, argv, options, error)) {
         std::fprintf(stderr, "ksr-demo: %s\n\n%s", error.c_str(), demoUsage());
-        return DemoExit::Usage;
+        return HostExit::Usage;
     }
     if (options.help) {
         std::printf("%s", demoUsage());
-        return DemoExit::Ok;
+        return HostExit::Ok;
     }
     // Files need no sound device: OpenAL's null back end keeps the module's
     // microphone set-up away from the machine's audio system.
@@ -161,17 +143,14 @@ int main(int argc, char** argv)
     if (options.listDevices)
         return listMicrophones();
 
-    const std::string model = chooseModel(options);
-    if (!QFileInfo(QString::fromStdString(model)).isDir())
-        return fail(DemoExit::Model, "no acoustic model folder at " + model);
-    if (!hasFeatureConfig(model))
-        return fail(DemoExit::Model, model + " is no acoustic model: it has neither mfcc.conf nor conf/mfcc.conf");
-    ::setenv("KALO_ACOUSTIC_MODEL_PATH", model.c_str(), 1);
+    std::string model;
+    if (!selectModel(options.modelPath, model, error))
+        return fail(HostExit::Model, error);
 
-    const std::string grammarPath = options.grammarFile.empty() ? KSR_DEMO_GRAMMAR : options.grammarFile;
+    const std::string grammarPath = options.grammarFile.empty() ? bundledGrammarFile() : options.grammarFile;
     GrammarFile grammar;
     if (!readGrammarFile(grammarPath, grammar, error))
-        return fail(DemoExit::Grammar, "grammar file " + grammarPath + ": " + error);
+        return fail(HostExit::Grammar, "grammar file " + grammarPath + ": " + error);
     // The command line wins over the file.
     if (options.fastCommands >= 0)
         grammar.fastCommands = options.fastCommands;
@@ -181,10 +160,10 @@ int main(int argc, char** argv)
     K_SRInterface::registerKSRTypes();
     DemoRecognizer recognizer;
     if (!recognizer.isInitialized())
-        return fail(DemoExit::Model, "the acoustic model at " + model + " could not be loaded");
+        return fail(HostExit::Model, "the acoustic model at " + model + " could not be loaded");
     GrammarNames names;
     if (!registerGrammarFile(recognizer, grammar, names, error))
-        return fail(DemoExit::Grammar, "grammar file " + grammarPath + ": " + error);
+        return fail(HostExit::Grammar, "grammar file " + grammarPath + ": " + error);
 
     EventPrinter printer(recognizer, names, options.json, options.hypotheses);
     if (options.source == DemoOptions::Source::Files)

@@ -1,8 +1,8 @@
-#ifndef KSR_DEMO_EXIT_CODES_H
-#define KSR_DEMO_EXIT_CODES_H
+#ifndef KSR_TOOLS_EXIT_CODES_H
+#define KSR_TOOLS_EXIT_CODES_H
 
-// What the demo host's exit status says.
-namespace DemoExit {
+// What the exit status of the host programs (ksr-demo, ksr-desktop) says.
+namespace HostExit {
 
 enum Code {
     Ok = 0,            // ran to the end
@@ -11,8 +11,9 @@ enum Code {
     Grammar = 4,       // grammar file unreadable, not valid or not accepted by the model
     AudioFile = 5,     // an audio file could not be read
     Microphone = 6,    // no such microphone, or capture could not start
+    Picture = 7,       // the window's picture could not be written (ksr-desktop --screenshot)
 };
 
-}  // namespace DemoExit
+}  // namespace HostExit
 
 #endif

@@ -226,6 +226,8 @@ bool refused(KSR_VoskManager& manager, const std::string& what, const std::strin
 
 }  // namespace
 
+const char* bundledGrammarFile() { return KSR_BUNDLED_GRAMMAR; }
+
 bool readGrammarFile(const std::string& path, GrammarFile& file, std::string& error)
 {
     std::ifstream stream(path, std::ios::binary);

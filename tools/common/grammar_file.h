@@ -1,5 +1,5 @@
-#ifndef KSR_DEMO_GRAMMAR_FILE_H
-#define KSR_DEMO_GRAMMAR_FILE_H
+#ifndef KSR_TOOLS_GRAMMAR_FILE_H
+#define KSR_TOOLS_GRAMMAR_FILE_H
 
 #include <map>
 #include <string>
@@ -9,7 +9,7 @@
 
 class KSR_VoskManager;
 
-// The demo host's grammar file (JSON):
+// The host programs' grammar file (JSON), read by ksr-demo and ksr-desktop:
 //
 // {
 //   "grammars": [                       command grammars, registered in order
@@ -68,6 +68,9 @@ struct GrammarNames {
     KSR::GrammarId dictationGrammar = KSR::InvalidGrammarId;
     KSR::RuleId formattingRule = KSR::InvalidRuleId;
 };
+
+// The grammar file that ships beside the sources (tools/demo/grammar.json).
+const char* bundledGrammarFile();
 
 // Reads and checks the file's structure; false with `error` set.
 bool readGrammarFile(const std::string& path, GrammarFile& file, std::string& error);
