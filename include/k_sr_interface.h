@@ -138,6 +138,7 @@ protected:
 private:
     void createThread(QWidget* parent);
     void workerFinished();
+    void joinWorkerEnd();
     void setActive(bool on);
 
     bool m_ownsThread;

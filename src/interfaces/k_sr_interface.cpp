@@ -50,6 +50,7 @@ void K_SRInterface::createThread(QWidget* parent)
 K_SRInterface::~K_SRInterface()
 {
     stopThread();
+    joinWorkerEnd();
     if (m_ownsThread)
         delete thread.data();
     else if (thread)
@@ -99,7 +100,19 @@ void K_SRInterface::stop()
         m_listening = false;
         m_terminating = false;
         emit listeningStopped(ListeningEnd::Terminated);
+        return;
     }
+    joinWorkerEnd();
+}
+
+// The worker's last act (workerFinished) releases m_wakeMutex; taking it
+// here orders everything the worker did before it ended ahead of what the
+// host thread does next, such as deleting what the loop used. Qt's own
+// wait for a thread gives that order too, but a thread that had already
+// ended on its own (the loop returned without stop()) is never waited for.
+void K_SRInterface::joinWorkerEnd()
+{
+    std::lock_guard<std::mutex> lock(m_wakeMutex);
 }
 
 void K_SRInterface::stopThread()
@@ -143,6 +156,7 @@ void K_SRInterface::workerFinished()
     const bool listened = m_listening.exchange(false);
     mp_hypothesisFilter->utteranceEnded();
     emit listeningStopped(listened ? ListeningEnd::Stopped : ListeningEnd::Failed);
+    std::lock_guard<std::mutex> ended(m_wakeMutex);
 }
 
 bool K_SRInterface::openMicrophoneSetup() { return false; }

@@ -153,3 +153,30 @@ TEST_F(HostUsage, DeleteLaterWhileListeningStopsAndDeletesTheInterface)
     ASSERT_FALSE(worker.isNull());  // owned by the host widget
     EXPECT_FALSE(worker->isRunning());
 }
+
+// The recognizers repeat their partial result with every 10 ms chunk. With
+// the on-change setting the host gets each change once instead.
+TEST_F(HostUsage, HypothesesArriveOncePerChangeWhenAskedTo)
+{
+    const auto hypothesesOf = [&](const char* clip) {
+        recorder->clear();
+        EXPECT_TRUE(hearResult(clip));
+        std::vector<KSR::SRData> heard;
+        for (const SignalEvent& event : recorder->of(SignalEvent::Hypothesis))
+            heard.push_back(event.data);
+        return heard;
+    };
+    iface->start();
+    ASSERT_TRUE(listeningBegins());
+    const std::vector<KSR::SRData> flood = hypothesesOf("cmd_select_all.wav");
+    EXPECT_GE(flood.size(), 10U);
+
+    iface->setHypothesisOnChangeOnly(true);
+    const std::vector<KSR::SRData> changes = hypothesesOf("cmd_close_window.wav");
+    ASSERT_FALSE(changes.empty());
+    EXPECT_LE(changes.size(), 4U);
+    for (std::size_t i = 1; i < changes.size(); ++i)
+        EXPECT_FALSE(changes[i] == changes[i - 1]) << "repeated: " << changes[i];
+    EXPECT_EQ(changes.back(), (KSR::SRData{grammar, rule, 1, "close window"}));
+    EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{grammar, rule, 1, "close window"}}));
+}
