@@ -15,7 +15,7 @@ say() { echo "[qt5] $*"; }
 
 say "configuring $BUILD"
 mkdir -p "$BUILD"
-cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF \
+cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=ON \
   >"$BUILD/configure.log" 2>&1 || { cat "$BUILD/configure.log"; exit 1; }
 grep -q "Qt5Core" "$BUILD/CMakeCache.txt" || { say "Qt 5 was not picked up"; exit 1; }
 
