@@ -53,6 +53,18 @@ protected:
         recorder->clear();
     }
 
+    // Speaks "close window" and waits for that command itself, not for the
+    // first result: in a dictation session its words may be dictated first,
+    // and a command arriving late would land in what the test checks next.
+    bool lineUpWithACommand()
+    {
+        const KSR::SRData command{files, filesRule, 1, "close window"};
+        return hear("cmd_close_window.wav", [&] {
+            const std::vector<KSR::SRData> results = recorder->results();
+            return std::find(results.begin(), results.end(), command) != results.end();
+        });
+    }
+
     // Dictation and the "files" grammar on, listening.
     void dictate()
     {
@@ -149,7 +161,7 @@ TEST_F(MicEndToEnd, DictatedTextIsFormatted)
 TEST_F(MicEndToEnd, ASpokenFormattingPhraseWritesItsCharacter)
 {
     dictate();
-    ASSERT_TRUE(hearResult("cmd_close_window.wav"));  // lines the recognizers up
+    ASSERT_TRUE(lineUpWithACommand());
     recorder->clear();
     ASSERT_TRUE(hearResult("fmt_add_comma.wav"));
     EXPECT_EQ(recorder->results(), (std::vector<KSR::SRData>{{dictation, formatRule, formatId("add comma"), ","}}));
@@ -158,7 +170,7 @@ TEST_F(MicEndToEnd, ASpokenFormattingPhraseWritesItsCharacter)
 TEST_F(MicEndToEnd, CapitalsOnIsSignalledAndUpperCasesText)
 {
     dictate();
-    ASSERT_TRUE(hearResult("cmd_close_window.wav"));
+    ASSERT_TRUE(lineUpWithACommand());
 #ifdef KSR_TEST_FAST_COMMANDS
     // With the early end of a command on, the words of "close window" are
     // not dictated before the command arrives: no text came before.
@@ -181,7 +193,7 @@ TEST_F(MicEndToEnd, CapitalsOnIsSignalledAndUpperCasesText)
 TEST_F(MicEndToEnd, SpellingIsSwitchedBySpokenPhrasesAndSignalled)
 {
     dictate();
-    ASSERT_TRUE(hearResult("cmd_close_window.wav"));
+    ASSERT_TRUE(lineUpWithACommand());
     recorder->clear();
     ASSERT_TRUE(hear("fmt_start_spelling.wav", [&] { return !recorder->of(SignalEvent::Spelling).empty(); }));
     EXPECT_EQ(modes(SignalEvent::Spelling), (std::vector<bool>{true}));
