@@ -92,6 +92,20 @@ public:
     void setListeningPace(int milliseconds);
     int listeningPace() const;
 
+    // Silence skipping, a host setting, off by default. Decoding quiet costs
+    // the recognizers as much processor time as decoding speech (a third to
+    // a half of a core), so a host that listens all day may let them skip
+    // it: after three seconds without speech the recognizers stop hearing
+    // the microphone, and the first speech brings them back together with
+    // the half second of audio before it, so no word loses its beginning.
+    // Nothing is reported while skipping that would have been reported
+    // otherwise, except what the recognizers would have made of the quiet
+    // itself. With paced listening this brings listening to silence down to
+    // about one percent of a core. Thread-safe; a listening worker follows a
+    // change with its next chunk.
+    void setSilenceSkipping(bool on);
+    bool silenceSkipping() const;
+
     // The acoustic model folder that construction found (empty when none),
     // and why no model is in use (empty when one is), for a host to show.
     std::string acousticModelPath() const;
@@ -155,6 +169,7 @@ private:
     MicrophoneSetupFunction microphoneSetupFunction;
     std::unique_ptr<AudioDevice> audio;
     std::atomic<int> m_listeningPace;
+    std::atomic<bool> m_silenceSkipping;
     std::string m_modelPath;
     std::string m_modelProblem;
     // False from the thread's finish until the next start has either entered

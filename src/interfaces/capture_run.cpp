@@ -22,6 +22,7 @@ CaptureRun::CaptureRun(K_VoskInterface& iface, AudioDevice& audio, Vosk::Engine&
     , m_audio(audio)
     , m_engine(engine)
     , m_frameBytes(audio.frequency(true) / kFramesPerSecond * kOutputSampleBytes)
+    , m_gate(audio.frequency(true))
     , m_microphoneGone(false)
 {
     m_pending.reserve(static_cast<std::size_t>(m_frameBytes) * 64);
@@ -94,8 +95,24 @@ void CaptureRun::feed(const char* data, int bytes)
     const int whole = static_cast<int>(m_pending.size()) / m_frameBytes * m_frameBytes;
     if (whole == 0)
         return;
-    m_engine.processAudio(m_pending.data(), whole);
-    m_iface.hypothesisChunkEnded();
+    if (m_iface.silenceSkipping()) {
+        if (m_gate.take(m_pending.data(), whole)) {
+            m_engine.processAudio(m_gate.passed(), m_gate.passedBytes());
+            m_iface.hypothesisChunkEnded();
+        }
+        // Three seconds after the last speech every recognizer has ended
+        // its utterance; ending them all here has them start the next one
+        // on the same chunk, so the command recognizer and the dictation
+        // recognizer end it together too (a command then comes as a
+        // command, not first as dictated words).
+        if (m_gate.justClosed())
+            m_engine.processFinalAudio();
+    } else {
+        if (!m_gate.isOpen())
+            m_gate.reset();  // switched off while closed: the next use starts open
+        m_engine.processAudio(m_pending.data(), whole);
+        m_iface.hypothesisChunkEnded();
+    }
     m_pending.erase(m_pending.begin(), m_pending.begin() + whole);
 }
 
@@ -106,6 +123,7 @@ void CaptureRun::microphoneGone()
 {
     m_engine.processFinalAudio();
     m_pending.clear();
+    m_gate.reset();
     if (m_audio.isCapturing())
         m_audio.stopCapture();
     m_microphoneGone = true;

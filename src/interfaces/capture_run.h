@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "interfaces/silence_gate.h"
+
 class AudioDevice;
 class K_VoskInterface;
 
@@ -23,6 +25,8 @@ class Engine;
 // watches the device: a lost microphone is closed, the recognizers drop the
 // half-heard utterance, and the device is tried again about once a second
 // until it opens (microphoneDisconnected, microphoneReconnected).
+// With silence skipping on, the recognizers hear the audio through a
+// SilenceGate, which holds back the long quiet between utterances.
 class CaptureRun {
 public:
     CaptureRun(K_VoskInterface& iface, AudioDevice& audio, Vosk::Engine& engine);
@@ -47,6 +51,8 @@ private:
     Vosk::Engine& m_engine;
     const int m_frameBytes;
     std::vector<char> m_pending;
+    // Used while the interface skips silence.
+    SilenceGate m_gate;
     // Paced listening: the microphone is gone and retried at m_nextRetry.
     bool m_microphoneGone;
     std::chrono::steady_clock::time_point m_nextRetry;

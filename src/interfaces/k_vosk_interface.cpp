@@ -17,6 +17,7 @@ K_VoskInterface::K_VoskInterface(QWidget* parent)
     , KSR_VoskManager()
     , audio(new AudioDevice)
     , m_listeningPace(0)
+    , m_silenceSkipping(false)
     , m_startSettled(false)
 {
     // The recognizer takes mono 16-bit audio at the model's rate, whatever
@@ -76,6 +77,10 @@ void K_VoskInterface::processHypothesis(KSR::SRData data) { reportHypothesis(dat
 void K_VoskInterface::setListeningPace(int milliseconds) { m_listeningPace = milliseconds > 0 ? milliseconds : 0; }
 
 int K_VoskInterface::listeningPace() const { return m_listeningPace; }
+
+void K_VoskInterface::setSilenceSkipping(bool on) { m_silenceSkipping = on; }
+
+bool K_VoskInterface::silenceSkipping() const { return m_silenceSkipping; }
 
 void K_VoskInterface::dictationChanged(bool activated) { emit dictationActivated(activated); }
 

@@ -9,6 +9,7 @@ if(TARGET ksr_audio_obj)
     ${PROJECT_SOURCE_DIR}/include/k_vosk_interface.h
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface.cpp
     ${CMAKE_CURRENT_LIST_DIR}/capture_run.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/silence_gate.cpp
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_loop.cpp
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_microphone.cpp
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_model.cpp

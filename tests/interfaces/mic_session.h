@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "interface_test_support.h"
+#include "interfaces/silence_gate.h"
 #include "signal_recorder.h"
 #include "test_data.h"
 #include "virtual_mic.h"
@@ -27,6 +28,11 @@
 template <typename Done>
 bool hearClip(const std::string& clip, Done done, int afterMs = 6000, int quietMs = 1800)
 {
+#ifdef KSR_TEST_SILENCE_SKIPPING
+    // Long enough a quiet for the recognizers to have stopped hearing: the
+    // clip must bring them back without losing its first word.
+    pumpEvents(SilenceGate::kQuietToCloseMs + 500);
+#endif
     std::atomic<bool> played{false};
     bool ok = false;
     std::thread player([&] {
@@ -57,6 +63,9 @@ protected:
         // The same tests, built again with the host's listening settings on.
 #ifdef KSR_TEST_LISTENING_PACE
         iface->setListeningPace(KSR_TEST_LISTENING_PACE);
+#endif
+#ifdef KSR_TEST_SILENCE_SKIPPING
+        iface->setSilenceSkipping(true);
 #endif
 #ifdef KSR_TEST_FAST_COMMANDS
         ASSERT_TRUE(iface->setFastCommands(KSR_TEST_FAST_COMMANDS));

@@ -337,6 +337,7 @@ TEST_F(Demo, BadArgumentsExitWith2AndSayWhy)
         {{"--wav"}, "--wav needs at least one file"},
         {{"--wav", "a.wav", "--mic"}, "--wav and --mic exclude each other"},
         {{"--wav", "a.wav", "--seconds", "3"}, "--seconds applies to --mic only"},
+        {{"--wav", "a.wav", "--skip-silence"}, "--skip-silence applies to --mic only"},
         {{"--mic", "--seconds", "soon"}, "--seconds needs a positive number"},
         {{"--grammar"}, "--grammar needs a value"},
     };

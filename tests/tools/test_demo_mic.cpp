@@ -17,29 +17,53 @@ const char* const kGrammar = KSR_SOURCE_DIR "/tools/demo/grammar.json";
 
 }  // namespace
 
+// Runs `ksr-demo --json --mic` with `extra` options for `seconds`, plays a
+// command clip `playAfter` into the microphone and gives the commands the
+// demo printed ("phrase in grammar").
+std::vector<std::string> commandsHeard(const std::vector<std::string>& extra, int seconds,
+                                       std::chrono::milliseconds playAfter, std::vector<DemoEvent>& events)
+{
+    std::vector<std::string> arguments = {"--model", TestData::modelPath(), "--grammar", kGrammar, "--json",
+                                          "--mic", "--seconds", std::to_string(seconds)};
+    arguments.insert(arguments.end(), extra.begin(), extra.end());
+    DemoRun run;
+    std::thread demo([&] { run = runDemo(arguments); });
+    std::this_thread::sleep_for(playAfter);
+    const bool played = VirtualMic::play(TestData::clip("cmd_save_file.wav"));
+    demo.join();
+    EXPECT_TRUE(played);
+    EXPECT_EQ(run.status, 0) << run.err;
+    events = parseEvents(run);
+    std::vector<std::string> commands;
+    for (const DemoEvent& event : events)
+        if (event.event == "command")
+            commands.push_back(event.text + " in " + event.grammarName);
+    return commands;
+}
+
 TEST(DemoMicrophone, PrintsWhatIsSpokenIntoTheMicrophone)
 {
     ASSERT_TRUE(kEnvironment);
     KSR_REQUIRE_VIRTUAL_MIC();
     KSR_REQUIRE_DATA(TestData::modelPath());
-    DemoRun run;
-    std::thread demo([&] {
-        run = runDemo({"--model", TestData::modelPath(), "--grammar", kGrammar, "--json", "--mic", "--seconds", "8"});
-    });
+    std::vector<DemoEvent> events;
     // The model loads and capture starts within a few seconds.
-    std::this_thread::sleep_for(std::chrono::seconds(3));
-    const bool played = VirtualMic::play(TestData::clip("cmd_save_file.wav"));
-    demo.join();
-    ASSERT_TRUE(played);
-    ASSERT_EQ(run.status, 0) << run.err;
-    const std::vector<DemoEvent> events = parseEvents(run);
-    ASSERT_FALSE(events.empty()) << run.out;
+    const std::vector<std::string> commands = commandsHeard({}, 8, std::chrono::seconds(3), events);
+    ASSERT_FALSE(events.empty());
     EXPECT_EQ(events.front().event, "listening");
     EXPECT_EQ(events.front().text, "");  // the device is in "device"; the text field stays empty
-    std::vector<std::string> commands;
-    for (const DemoEvent& event : events)
-        if (event.event == "command")
-            commands.push_back(event.text + " in " + event.grammarName);
+    EXPECT_EQ(commands, std::vector<std::string>{"save file in edit"});
+}
+
+TEST(DemoMicrophone, SkippingSilenceACommandAfterALongQuietIsHeard)
+{
+    KSR_REQUIRE_VIRTUAL_MIC();
+    KSR_REQUIRE_DATA(TestData::modelPath());
+    std::vector<DemoEvent> events;
+    // Capture starts within three seconds; another four of quiet and the
+    // recognizers have stopped hearing it when the command is spoken.
+    const std::vector<std::string> commands =
+        commandsHeard({"--skip-silence"}, 12, std::chrono::seconds(7), events);
     EXPECT_EQ(commands, std::vector<std::string>{"save file in edit"});
 }
 

@@ -214,6 +214,11 @@ TEST_F(DesktopWindow, TheControlsShowAndChangeTheModulesSettings)
     EXPECT_TRUE(controls.pacedListening()->isChecked());
     controls.pacedListening()->click();
     EXPECT_EQ(sr().listeningPace(), 0);
+    // So is silence skipping.
+    EXPECT_TRUE(sr().silenceSkipping());
+    EXPECT_TRUE(controls.silenceSkipping()->isChecked());
+    controls.silenceSkipping()->click();
+    EXPECT_FALSE(sr().silenceSkipping());
 
     EXPECT_EQ(controls.commandThreshold()->value(), 90);
     controls.commandThreshold()->setValue(95);

@@ -20,13 +20,16 @@ bool parseSeconds(const std::string& text, double& seconds)
 const char* demoUsage()
 {
     return "usage: ksr-demo [--grammar FILE] [--model DIR] [--json] [--hypotheses]\n"
-           "                (--wav FILE... | --mic [DEVICE] [--seconds N] [--poll] | --list-mics)\n"
+           "                (--wav FILE... | --mic [DEVICE] [--seconds N] [--poll] [--skip-silence]\n"
+           "                 | --list-mics)\n"
            "\n"
            "  --wav FILE...   recognize sound files (any rate and channel count), one after the other\n"
            "  --mic [DEVICE]  listen to a microphone (the default one without DEVICE) until Ctrl+C\n"
            "  --seconds N     stop listening after N seconds\n"
            "  --poll          poll the microphone without pausing (costs a processor core) instead of\n"
            "                  paced listening, which waits for audio and survives a lost microphone\n"
+           "  --skip-silence  let the recognizers rest after three seconds without speech (with paced\n"
+           "                  listening, silence then costs about a percent of a core)\n"
            "  --list-mics     print the capture devices and exit\n"
            "  --grammar FILE  grammars, rules, commands, dictation and settings (JSON);\n"
            "                  default: the demo grammar beside the program's sources\n"
@@ -62,6 +65,8 @@ bool parseDemoOptions(int argc, char** argv, DemoOptions& options, std::string& 
             options.hypotheses = true;
         } else if (argument == "--poll") {
             options.poll = true;
+        } else if (argument == "--skip-silence") {
+            options.skipSilence = true;
         } else if (argument == "--list-mics") {
             options.listDevices = true;
         } else if (argument == "--chain") {
@@ -123,6 +128,10 @@ bool parseDemoOptions(int argc, char** argv, DemoOptions& options, std::string& 
     }
     if (options.poll && options.source != DemoOptions::Source::Microphone) {
         error = "--poll applies to --mic only";
+        return false;
+    }
+    if (options.skipSilence && options.source != DemoOptions::Source::Microphone) {
+        error = "--skip-silence applies to --mic only";
         return false;
     }
     return true;

@@ -17,6 +17,7 @@ struct DemoOptions {
     bool hypotheses = false;         // --hypotheses
     double seconds = 0.0;            // --seconds N (microphone); 0: until interrupted
     bool poll = false;               // --poll: the module's polling loop instead of paced listening
+    bool skipSilence = false;        // --skip-silence
     bool listDevices = false;        // --list-mics
     int fastCommands = -1;           // --fast-commands [MS]: quiet time; -1: as the grammar file says
     bool chain = false;              // --chain

@@ -114,6 +114,7 @@ int listen(QCoreApplication& app, DemoRecognizer& recognizer, EventPrinter& prin
     // listening through a lost microphone.
     if (!options.poll)
         recognizer.setListeningPace(K_VoskInterface::RecommendedListeningPace);
+    recognizer.setSilenceSkipping(options.skipSilence);
     recognizer.start();
     app.exec();
     recognizer.stop();

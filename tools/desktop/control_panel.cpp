@@ -78,10 +78,13 @@ ControlPanel::ControlPanel(HostRecognizer& recognizer, QWidget* parent)
     auto* boxes = new QHBoxLayout;
     m_paced = new QCheckBox("Paced listening", this);
     m_paced->setToolTip("Wait for audio instead of polling, and keep listening through a lost microphone");
+    m_skipSilence = new QCheckBox("Skip silence", this);
+    m_skipSilence->setToolTip("Let the recognizers rest after three seconds without speech");
     m_chain = new QCheckBox("Chained commands", this);
     m_chain->setToolTip("Phrases said in one breath count one by one");
     m_hypotheses = new QCheckBox("Log hypotheses", this);
     boxes->addWidget(m_paced);
+    boxes->addWidget(m_skipSilence);
     boxes->addWidget(m_chain);
     boxes->addWidget(m_hypotheses);
     boxes->addStretch(1);
@@ -120,6 +123,7 @@ void ControlPanel::connectControls()
     connect(m_paced, &QCheckBox::toggled, this, [recognizer](bool on) {
         recognizer->setListeningPace(on ? K_VoskInterface::RecommendedListeningPace : 0);
     });
+    connect(m_skipSilence, &QCheckBox::toggled, this, [recognizer](bool on) { recognizer->setSilenceSkipping(on); });
     connect(m_chain, &QCheckBox::toggled, this, [recognizer](bool on) { recognizer->setCommandChaining(on); });
     connect(m_hypotheses, &QCheckBox::toggled, this, [this](bool on) {
         if (hypothesesToggled)
@@ -132,7 +136,7 @@ void ControlPanel::showSettings()
     const QSignalBlocker quiet[] = {QSignalBlocker(m_microphones), QSignalBlocker(m_rates),
                                     QSignalBlocker(m_commandThreshold), QSignalBlocker(m_dictationThreshold),
                                     QSignalBlocker(m_fastCommands), QSignalBlocker(m_paced),
-                                    QSignalBlocker(m_chain)};
+                                    QSignalBlocker(m_skipSilence), QSignalBlocker(m_chain)};
     m_microphones->clear();
     for (const std::string& name : m_recognizer.availableMicrophones())
         m_microphones->addItem(QString::fromStdString(name));
@@ -149,6 +153,7 @@ void ControlPanel::showSettings()
     m_dictationThreshold->setValue(m_recognizer.dictationRequiredConfidence());
     m_fastCommands->setValue(m_recognizer.fastCommands());
     m_paced->setChecked(m_recognizer.listeningPace() > 0);
+    m_skipSilence->setChecked(m_recognizer.silenceSkipping());
     m_chain->setChecked(m_recognizer.commandChaining());
 }
 

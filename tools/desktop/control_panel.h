@@ -37,6 +37,7 @@ public:
     QSpinBox* commandThreshold() const { return m_commandThreshold; }
     QSpinBox* dictationThreshold() const { return m_dictationThreshold; }
     QCheckBox* pacedListening() const { return m_paced; }
+    QCheckBox* silenceSkipping() const { return m_skipSilence; }
     QSpinBox* fastCommands() const { return m_fastCommands; }
     QCheckBox* chaining() const { return m_chain; }
     QCheckBox* hypotheses() const { return m_hypotheses; }
@@ -52,6 +53,7 @@ private:
     QSpinBox* m_commandThreshold;
     QSpinBox* m_dictationThreshold;
     QCheckBox* m_paced;
+    QCheckBox* m_skipSilence;
     QSpinBox* m_fastCommands;
     QCheckBox* m_chain;
     QCheckBox* m_hypotheses;

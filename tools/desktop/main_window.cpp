@@ -41,10 +41,11 @@ const char* endName(K_SRInterface::ListeningEnd how)
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent), m_recognizer(new HostRecognizer(this)), m_document(m_names)
 {
-    // Paced listening costs next to nothing while nobody speaks and keeps
-    // listening through a lost microphone; hypotheses come once per change
-    // rather than once per chunk of audio.
+    // Paced listening with silence skipping costs next to nothing while
+    // nobody speaks and keeps listening through a lost microphone;
+    // hypotheses come once per change rather than once per chunk of audio.
     m_recognizer->setListeningPace(K_VoskInterface::RecommendedListeningPace);
+    m_recognizer->setSilenceSkipping(true);
     m_recognizer->setHypothesisOnChangeOnly(true);
     buildLayout();
     connectRecognizer();
