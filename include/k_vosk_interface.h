@@ -95,13 +95,13 @@ public:
     // Silence skipping, a host setting, off by default. Decoding quiet costs
     // the recognizers as much processor time as decoding speech (a third to
     // a half of a core), so a host that listens all day may let them skip
-    // it: after three seconds without speech the recognizers stop hearing
-    // the microphone, and the first speech brings them back together with
-    // the half second of audio before it, so no word loses its beginning.
-    // Nothing is reported while skipping that would have been reported
-    // otherwise, except what the recognizers would have made of the quiet
-    // itself. With paced listening this brings listening to silence down to
-    // about one percent of a core. Thread-safe; a listening worker follows a
+    // it: after three seconds without speech the recognizers end their
+    // utterances (all together, so they also start the next one together)
+    // and stop hearing the microphone; the first speech brings them back
+    // with the half second of audio before it, so no word loses its
+    // beginning. Only what they would have made of long quiet is lost. With
+    // paced listening the listening thread then takes about one percent of
+    // a core while nobody speaks. Thread-safe; a listening worker follows a
     // change with its next chunk.
     void setSilenceSkipping(bool on);
     bool silenceSkipping() const;
