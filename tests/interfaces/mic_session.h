@@ -20,13 +20,6 @@
 #include "test_data.h"
 #include "virtual_mic.h"
 
-// Whether the clip about to be played is the running test's first.
-inline bool& firstClipOfTheTest()
-{
-    static bool first = true;
-    return first;
-}
-
 // Plays a clip into the microphone while the host thread runs its events,
 // then keeps running them until `done` holds and at least `quietMs` have
 // passed since the clip ended, or `afterMs` have passed. The quiet lets
@@ -36,13 +29,9 @@ template <typename Done>
 bool hearClip(const std::string& clip, Done done, int afterMs = 6000, int quietMs = 1800)
 {
 #ifdef KSR_TEST_SILENCE_SKIPPING
-    // Before a test's first clip, a quiet long enough for the recognizers to
-    // have stopped hearing: the clip must bring them back without losing its
-    // first word. (Before every clip would double the tests' time.)
-    if (firstClipOfTheTest()) {
-        firstClipOfTheTest() = false;
-        pumpEvents(SilenceGate::kQuietToCloseMs + 500);
-    }
+    // A quiet long enough for the recognizers to have stopped hearing: the
+    // clip must bring them back without losing its first word.
+    pumpEvents(SilenceGate::kQuietToCloseMs + 500);
 #endif
     std::atomic<bool> played{false};
     bool ok = false;
@@ -68,7 +57,6 @@ protected:
         KSR_REQUIRE_VIRTUAL_MIC();
         KSR_REQUIRE_DATA(TestData::modelPath());
         KSR_REQUIRE_DATA(TestData::audioDir());
-        firstClipOfTheTest() = true;
         setModelVariable(QString::fromStdString(TestData::modelPath()));
         iface.reset(new CountingInterface(&host));
         ASSERT_TRUE(iface->isInitialized());
