@@ -80,6 +80,9 @@ public:
     // it too.
     virtual void start();
     // Ends the loop and the thread; waits up to 2000 ms before terminating it.
+    // Called from the worker thread itself (a slot connected directly to one
+    // of the signals, an override running in the loop) it only asks the loop
+    // to end and returns at once; listeningStopped follows as usual.
     virtual void stop();
     virtual bool openMicrophoneSetup();
     virtual bool openVoiceTraining();

@@ -142,12 +142,19 @@ signals:
     void microphoneFrequencyChanged(int frequency);
     // Paced listening only: the microphone `device` was lost (or could not be
     // opened when listening started); the recognizers dropped what they had
-    // heard and the device is tried again about once a second.
+    // heard and the device is tried again about once a second. Exactly one of
+    // microphoneReconnected (the device is back) or listeningStopped (the run
+    // ended while it was gone) follows.
     void microphoneDisconnected(QString device);
     // Paced listening only: `device` is open again and listening goes on.
     void microphoneReconnected(QString device);
 
 protected:
+    // Called in the worker thread while it listens. A subclass that
+    // overrides any of these (or the slots above) stops the interface in
+    // its own destructor: by the time this class's destructor stops the
+    // worker, the subclass's part is gone and a call into it would reach a
+    // destroyed object.
     virtual void dictationChanged(bool activated);
     virtual void numeralsModeChanged(bool activated);
     virtual void spellingModeChanged(bool activated);

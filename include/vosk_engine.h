@@ -67,6 +67,17 @@ public:
 
     void processAudio(const char* data, int length);
     void processFinalAudio();
+    // For a capture loop that holds quiet back from the recognizers (silence
+    // skipping). endUtterance ends every recognizer's utterance now and
+    // delivers what it heard, as if the decoder had found the end itself: the
+    // command recognizer's final result first (a confident command keeps its
+    // words from dictation), then the dictation or spelling recognizer's.
+    // applyPendingChanges applies a grammar or mode change made while no
+    // audio flowed, so that the first chunk after the pause is heard by the
+    // new grammar and mode instead of being spent on the change. Worker
+    // thread, like processAudio; nothing happens while the engine is off.
+    void endUtterance();
+    void applyPendingChanges();
     bool setActivated(bool active);
     void setDictationModeEnabled(bool enabled);
     void setSpellingEnabled(bool enabled);
@@ -126,8 +137,14 @@ private:
     // Dictated text held while the command recognizer decides.
     // `onset`: when the dictation recognizer's utterance began, -1 if unknown.
     bool holdDictation(const std::string& text, KSR::RecognitionState state, long long onset);
-    void settleHeldDictation(bool fast);
-    void releaseHeldDictation();
+    // Delivers the held text that the latest verdict or the hold limit lets go.
+    void settleHeldDictation();
+    // The command recognizer's utterance ends now: its final result is
+    // delivered (or it is dropped as stale), and the recognizer goes.
+    void finishCommandUtterance(bool& commandTaken);
+    void finishDictationUtterance(bool commandTaken);
+    // The command recognizer goes without a command: its utterance is over.
+    void dropCommandRecognizer();
     bool ensureCommandRecognizer();
     void runDictationStage(const char* data, int length, bool commandTaken);
     void runSpellingStage(const char* data, int length, bool commandTaken);
@@ -135,8 +152,7 @@ private:
     KSR::CommandRecognizedFunction commandFunction() const;
     KSR::DictationRecognizedFunction dictationFunction() const;
 
-    // Tests reach the private steps through this friend.
-    friend class EngineTestAccess;
+    friend class EngineTestAccess;  // not installed: the module's tests reach the private steps
 
     std::unique_ptr<Vosk::Recognizer> mp_dictationRecognizer;
     std::unique_ptr<Vosk::Recognizer> mp_commandRecognizer;

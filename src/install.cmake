@@ -30,6 +30,19 @@ if(NOT WIN32)
 endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kalo-sr
   FILES_MATCHING PATTERN "*.h" ${KSR_WINDOWS_ONLY_HEADERS})
+# Lines that only the module's own tests need (marked "// not installed",
+# such as a friend declaration giving tests access) are left out of the
+# headers a host gets.
+install(CODE "
+  file(GLOB headers \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_INCLUDEDIR}/kalo-sr/*.h\")
+  foreach(header IN LISTS headers)
+    file(READ \"\${header}\" text)
+    string(REGEX REPLACE \"[^\n]*// not installed[^\n]*\n\" \"\" stripped \"\${text}\")
+    if(NOT stripped STREQUAL text)
+      file(WRITE \"\${header}\" \"\${stripped}\")
+    endif()
+  endforeach()
+")
 # libvosk has no soname: the module records it as "libvosk.so" and finds it
 # through its RPATH.
 install(FILES ${KSR_VOSK_LIBRARY} DESTINATION ${CMAKE_INSTALL_LIBDIR})

@@ -59,6 +59,6 @@ boot_ms=$(( ($(date +%s%N) - started) / 1000000 ))
 say "Wine's first start (new prefix): ${boot_ms} ms"
 
 started=$(date +%s%N)
-ctest --test-dir "$BUILD" --output-on-failure -j "$JOBS"
+ctest --test-dir "$BUILD" --output-on-failure -j "$JOBS" | tee "$BUILD/ctest.log"
 tests_ms=$(( ($(date +%s%N) - started) / 1000000 ))
 say "tests under Wine: ${tests_ms} ms"

@@ -37,6 +37,11 @@ void CaptureRun::run(bool captureOpen)
         const int pace = m_iface.listeningPace();
         if (pace > 0)
             pacedPass(pace);
+        else if (m_microphoneGone)
+            // Switched to polling while the microphone was gone: polling
+            // has nothing to read, so the retry goes on at its own pace
+            // instead of turning a core without ever looking for it.
+            retryMicrophone();
         else
             pollingPass();
     }
@@ -97,16 +102,22 @@ void CaptureRun::feed(const char* data, int bytes)
         return;
     if (m_iface.silenceSkipping()) {
         if (m_gate.take(m_pending.data(), whole)) {
+            // A grammar, rule or mode change made while the recognizers
+            // rested applies before they hear the lead-in, which holds the
+            // next word's beginning.
+            if (m_gate.justOpened())
+                m_engine.applyPendingChanges();
             m_engine.processAudio(m_gate.passed(), m_gate.passedBytes());
             m_iface.hypothesisChunkEnded();
         }
-        // Three seconds after the last speech every recognizer has ended
-        // its utterance; ending them all here has them start the next one
-        // on the same chunk, so the command recognizer and the dictation
+        // Three seconds after the last speech every recognizer has normally
+        // ended its utterance; ending them all here has them start the next
+        // one on the same chunk, so the command recognizer and the dictation
         // recognizer end it together too (a command then comes as a
-        // command, not first as dictated words).
+        // command, not first as dictated words). Speech too soft to hold the
+        // gate open may still be in a recognizer: it is delivered, not lost.
         if (m_gate.justClosed())
-            m_engine.processFinalAudio();
+            m_engine.endUtterance();
     } else {
         if (!m_gate.isOpen())
             m_gate.reset();  // switched off while closed: the next use starts open

@@ -91,6 +91,12 @@ void K_SRInterface::stop()
     setActive(false);
     if (!thread)
         return;
+    // From the worker itself (a direct connection to one of its signals, an
+    // override of the loop): it cannot wait for its own end, and must not
+    // terminate itself, possibly inside the audio library's locks. The loop
+    // sees `active` at its next pass and ends as after any stop.
+    if (QThread::currentThread() == thread.data())
+        return;
     thread->exit(0);
     if (!thread->wait(kStopWaitMs)) {
         m_terminating = true;

@@ -21,7 +21,9 @@ void SilenceGate::reset()
 {
     m_activity = Vosk::VoiceActivity();
     m_voicedRun = 0;
+    m_runStart = 0;
     m_lastSpeech = 0;
+    m_taken = 0;
     m_open = true;
     m_leadIn.clear();
 }
@@ -31,12 +33,14 @@ bool SilenceGate::take(const char* data, int bytes)
     m_passed = nullptr;
     m_passedBytes = 0;
     m_justClosed = false;
+    m_justOpened = false;
     if (!data || bytes < kSampleBytes)
         return false;
     const bool wasOpen = m_open;
     if (!wasOpen)
         m_leadIn.insert(m_leadIn.end(), data, data + bytes);
     listen(data, bytes);
+    m_taken += bytes / kSampleBytes;
     if (wasOpen) {
         m_passed = data;
         m_passedBytes = bytes;
@@ -45,16 +49,23 @@ bool SilenceGate::take(const char* data, int bytes)
         return true;
     }
     if (m_open) {
-        // Whole samples from the start of the lead-in.
-        const std::size_t keep = std::min(m_leadIn.size(), m_leadInBytes) / kSampleBytes * kSampleBytes;
-        m_opening.assign(m_leadIn.end() - static_cast<std::ptrdiff_t>(keep), m_leadIn.end());
+        // From kLeadInMs before the speech began, or the oldest audio kept.
+        const long long held = static_cast<long long>(m_leadIn.size()) / kSampleBytes;
+        const long long heldFrom = m_taken - held;
+        const long long from = std::max(heldFrom, m_runStart - static_cast<long long>(m_leadInBytes) / kSampleBytes);
+        m_opening.assign(m_leadIn.begin() + static_cast<std::ptrdiff_t>((from - heldFrom) * kSampleBytes),
+                         m_leadIn.end());
         m_leadIn.clear();
+        m_justOpened = true;
         m_passed = m_opening.data();
         m_passedBytes = static_cast<int>(m_opening.size());
         return true;
     }
-    if (m_leadIn.size() > m_leadInBytes * 2)
-        m_leadIn.erase(m_leadIn.begin(), m_leadIn.end() - static_cast<std::ptrdiff_t>(m_leadInBytes));
+    // Enough for the lead-in before a voiced run that began up to a run's
+    // length before the next chunk.
+    const std::size_t keep = m_leadInBytes + kMinVoicedFrames * Vosk::VoiceActivity::kFrameSamples * kSampleBytes;
+    if (m_leadIn.size() > keep * 2)
+        m_leadIn.erase(m_leadIn.begin(), m_leadIn.end() - static_cast<std::ptrdiff_t>(keep));
     return false;
 }
 
@@ -73,6 +84,8 @@ void SilenceGate::listen(const char* data, int bytes)
         if (m_activity.samplesHeard() == before)
             continue;  // the frame is not complete yet
         m_voicedRun = m_activity.samplesSinceVoice() == 0 ? m_voicedRun + 1 : 0;
+        if (m_voicedRun == 1)
+            m_runStart = m_activity.samplesHeard() - Vosk::VoiceActivity::kFrameSamples;
         if (m_voicedRun >= kMinVoicedFrames) {
             m_lastSpeech = m_activity.samplesHeard();
             m_open = true;

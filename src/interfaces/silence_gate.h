@@ -10,10 +10,12 @@
 // core on a laptop) and finds nothing.
 //
 // The gate opens on speech and passes every chunk. After kQuietToCloseMs of
-// audio without speech it closes and keeps only the last kLeadInMs of what it
-// is given; when speech comes back it opens again and passes that lead-in
-// first, so the recognizers hear the quiet before the first word and the
-// word's soft onset, exactly as they would have in the uncut stream. What
+// audio without speech it closes and keeps only the latest audio; when
+// speech comes back it opens again and passes the kLeadInMs before the
+// speech's first voiced frame and everything after it, so the recognizers
+// hear the quiet before the first word and the word's soft onset, exactly as
+// they would have in the uncut stream, however large the chunk that brought
+// the speech (a stalled capture hands over up to half a second at once). What
 // they no longer hear is quiet of the same kind, so the stream they decode
 // is the uncut one with long pauses shortened. The capture loop ends the
 // recognizers' utterances as the gate closes (justClosed), so that they all
@@ -44,6 +46,8 @@ public:
     bool isOpen() const { return m_open; }
     // Whether the last take closed the gate (after passing its chunk).
     bool justClosed() const { return m_justClosed; }
+    // Whether the last take opened the gate (passing the lead-in).
+    bool justOpened() const { return m_justOpened; }
     // Opens and forgets everything heard, as after a new start of capture.
     void reset();
 
@@ -54,10 +58,13 @@ private:
     const std::size_t m_leadInBytes;
     Vosk::VoiceActivity m_activity;
     int m_voicedRun = 0;
+    long long m_runStart = 0;    // samples heard at the start of the current voiced run
     long long m_lastSpeech = 0;  // samples heard at the end of the last speech frame
+    long long m_taken = 0;       // samples taken so far
     bool m_open = true;
     bool m_justClosed = false;
-    std::vector<char> m_leadIn;   // while closed: the latest audio
+    bool m_justOpened = false;
+    std::vector<char> m_leadIn;   // while closed: the latest audio, ending with the last chunk
     std::vector<char> m_opening;  // what the gate passes as it opens
     const char* m_passed = nullptr;
     int m_passedBytes = 0;

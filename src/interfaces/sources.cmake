@@ -15,9 +15,7 @@ if(TARGET ksr_audio_obj)
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_model.cpp
     ${CMAKE_CURRENT_LIST_DIR}/k_vosk_interface_resources.cpp)
 endif()
-# The static layer for tests brings the layers it builds on (libvosk, real
-# or the test double, is still the test's choice).
+# The static layer for tests brings the core it builds on; the audio layer
+# (ksr_audio, or ksr_audio_on_fake_openal) and libvosk (real or the test
+# double) are the test's choice.
 target_link_libraries(ksr_qt PUBLIC ksr_core)
-if(TARGET ksr_audio)
-  target_link_libraries(ksr_qt PUBLIC ksr_audio)
-endif()

@@ -1,11 +1,10 @@
 #ifndef KSR_VOSK_FAST_COMMAND_STATE_H
 #define KSR_VOSK_FAST_COMMAND_STATE_H
 
-#include <deque>
 #include <memory>
 #include <string>
 
-#include "ksr_types.h"
+#include "vosk/held_dictation.h"
 #include "vosk/phrase_index.h"
 #include "vosk/voice_activity.h"
 
@@ -13,22 +12,15 @@ namespace Vosk {
 
 // What the early end of a command keeps between chunks. Worker thread only.
 struct FastCommandState {
-    // What the command recognizer made of the chunk: its partial or final
-    // result, whether it was final, and whether the recognizer still lives.
-    struct Chunk {
-        bool heard = false;
-        bool accepted = false;
-        std::string json;
-    };
-
-    // The command recognizer's verdict on the current utterance, for the
-    // dictated text held while it decides.
-    enum class Verdict { Pending, Taken, NotTaken };
-
-    struct Held {
-        std::string text;
-        KSR::RecognitionState state;
-    };
+    static constexpr long long kSamplesPerMillisecond = 16;  // the engine's 16 kHz
+    // Dictated text waits at most this long for the command recognizer's
+    // verdict. The verdict normally comes first: the early end decides within
+    // the quiet time after speech, long before the dictation recognizer's own
+    // end of utterance; without it the command recognizer ends the utterance
+    // on libvosk's 240 ms grid, at most a grid step or two after the
+    // dictation recognizer. A second covers four steps and delays a sentence
+    // by no more.
+    static constexpr long long kHoldLimit = 1000 * kSamplesPerMillisecond;
 
     VoiceActivity voice;
     std::shared_ptr<const PhraseIndex> index;
@@ -37,9 +29,7 @@ struct FastCommandState {
     PhraseMatch partialMatch = PhraseMatch::None;
     long long commandOnset = -1;     // when the command recognizer's utterance began
     long long dictationOnset = -1;   // when the dictation recognizer's utterance began
-    Verdict verdict = Verdict::Pending;
-    std::deque<Held> held;
-    long long heldSince = 0;
+    HeldDictation held{kHoldLimit};
 
     // A new command recognizer starts a new utterance.
     void commandRecognizerGone()

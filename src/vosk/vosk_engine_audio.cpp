@@ -53,8 +53,10 @@ void Engine::processAudio(const char* data, int length)
 
     // The early end needs the quiet of every chunk; read once, so that a
     // host changing it mid-chunk cannot split one chunk between two rules.
+    // Held text keeps the clock running for its hold limit even when the
+    // early end was switched off meanwhile.
     const bool fast = m_earlyEndMilliseconds > 0;
-    if (fast)
+    if (fast || !mp_fast->held.empty())
         mp_fast->voice.feed(reinterpret_cast<const std::int16_t*>(data), static_cast<std::size_t>(length) / 2);
 
     bool commandTaken = false;
@@ -66,15 +68,38 @@ void Engine::processAudio(const char* data, int length)
     // (from a registered function or from another thread): it goes too, so
     // the change is not lost.
     if (m_commandsChanged.exchange(false)) {
-        mp_commandRecognizer.reset();
-        mp_fast->commandRecognizerGone();
-        if (mp_fast->verdict == FastCommandState::Verdict::Pending)
-            mp_fast->verdict = FastCommandState::Verdict::NotTaken;
-        settleHeldDictation(fast);
+        dropCommandRecognizer();
+        settleHeldDictation();
         return;
     }
-    settleHeldDictation(fast);
+    settleHeldDictation();
     runDictationStage(data, length, commandTaken);
+}
+
+void Engine::applyPendingChanges()
+{
+    if (!m_initialized || !m_activated)
+        return;
+    if (m_commandsChanged.exchange(false)) {
+        dropCommandRecognizer();
+        settleHeldDictation();
+    }
+    if (m_modeChanged.exchange(false)) {
+        if (mp_commandRecognizer) {
+            mp_commandRecognizer->finalResult();
+            dropCommandRecognizer();
+        } else if (Recognizer* free = m_spellingEnabled ? mp_spellingRecognizer.get() : mp_dictationRecognizer.get()) {
+            free->finalResult();
+        }
+    }
+}
+
+// The command recognizer's utterance is over without a command.
+void Engine::dropCommandRecognizer()
+{
+    mp_commandRecognizer.reset();
+    mp_fast->commandRecognizerGone();
+    mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
 }
 
 // Creates the command recognizer from the current phrase list when there is
@@ -115,8 +140,7 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
     if (m_modeChanged.exchange(false)) {
         // A mode switch flushes the audio heard so far, once.
         mp_commandRecognizer->finalResult();
-        mp_commandRecognizer.reset();
-        mp_fast->commandRecognizerGone();
+        dropCommandRecognizer();
         return;
     }
 
@@ -153,17 +177,17 @@ bool Engine::deliverCommandResult(const std::string& json, bool accepted, bool f
     } else {
         // A final result that is no command: the utterance is decided.
         if (accepted)
-            mp_fast->verdict = FastCommandState::Verdict::NotTaken;
+            mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
         return false;
     }
 
     if (state == KSR::Hypothesis)
         return false;
-    mp_fast->verdict = FastCommandState::Verdict::NotTaken;
+    mp_fast->held.decide(state == KSR::Recognized ? HeldDictation::Verdict::Taken
+                                                  : HeldDictation::Verdict::NotTaken);
     if (state == KSR::Recognized) {
         // The words of a confident command must not also be dictated.
         commandTaken = true;
-        mp_fast->verdict = FastCommandState::Verdict::Taken;
         if (mp_commandRecognizer && !flushed)
             mp_commandRecognizer->finalResult();
     }
@@ -238,18 +262,55 @@ void Engine::runSpellingStage(const char* data, int length, bool commandTaken)
         mp_spellingRecognizer->finalResult();
 }
 
-// The end of capture: whatever the recognizers still hold is dropped, but
-// dictated text held for the early end of a command was recognized before
-// and goes out.
+// The end of capture: whatever the recognizers still hold is dropped. With
+// the early end on, the command recognizer's utterance is ended as the early
+// end would end it (a push-to-talk host stops right after the command), and
+// dictated text held for its verdict is settled against it: the words of a
+// taken command are dropped, any other held text was recognized and goes out.
 void Engine::processFinalAudio()
 {
-    releaseHeldDictation();
-    if (mp_commandRecognizer)
+    if (m_earlyEndMilliseconds > 0 || !mp_fast->held.empty()) {
+        bool commandTaken = false;
+        finishCommandUtterance(commandTaken);
+    } else if (mp_commandRecognizer) {
         mp_commandRecognizer->finalResult();
+    }
+    mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
+    settleHeldDictation();
     if (mp_dictationRecognizer)
         mp_dictationRecognizer->finalResult();
     if (mp_spellingRecognizer)
         mp_spellingRecognizer->finalResult();
+}
+
+void Engine::endUtterance()
+{
+    if (!m_initialized || !m_activated)
+        return;
+    bool commandTaken = false;
+    finishCommandUtterance(commandTaken);
+    mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
+    settleHeldDictation();
+    finishDictationUtterance(commandTaken);
+}
+
+// The free recognizer's final result, delivered like one it found itself,
+// unless a command took the same words.
+void Engine::finishDictationUtterance(bool commandTaken)
+{
+    mp_fast->dictationOnset = -1;
+    if (!m_dictationModeEnabled || !mp_dictationRecognizer || !mp_spellingRecognizer || !hasDictationFunction())
+        return;
+    const bool spelling = m_spellingEnabled;
+    const std::string json = (spelling ? mp_spellingRecognizer : mp_dictationRecognizer)->finalResult();
+    if (commandTaken || m_modeChanged)
+        return;
+    std::string text = spelling ? resultToSpelling(json) : jsonToString(json);
+    if (text.empty())
+        return;
+    const KSR::DictationRecognizedFunction deliver = dictationFunction();
+    if (deliver)
+        deliver(text, isConfident(json, Dictation) ? KSR::Recognized : KSR::Failed);
 }
 
 }  // namespace Vosk

@@ -19,14 +19,7 @@ namespace Vosk {
 
 namespace {
 
-const long long kSamplesPerMillisecond = 16;  // the engine's 16 kHz
-// Dictated text waits at most this long for the command recognizer's
-// verdict. The verdict normally comes first: the early end decides within
-// the quiet time after speech, long before the dictation recognizer's own
-// end of utterance; without it the command recognizer ends the utterance on
-// libvosk's 240 ms grid, at most a grid step or two after the dictation
-// recognizer. A second covers four steps and delays a sentence by no more.
-const long long kHoldLimit = 1000 * kSamplesPerMillisecond;
+const long long kSamplesPerMillisecond = FastCommandState::kSamplesPerMillisecond;
 // Both recognizers start an utterance within this of each other when they
 // hear the same words (the free recognizer shows its first word up to about
 // 250 ms after the grammar recognizer); a command begun later belongs to a
@@ -75,16 +68,25 @@ void Engine::followCommandPartial(const std::string& json, bool accepted, int qu
     if (now - fast.partialChangedAt < quiet || fast.voice.samplesSinceVoice() < quiet)
         return;
 
+    finishCommandUtterance(commandTaken);
+}
+
+// Ends the command recognizer's utterance now and delivers its final result
+// like one the decoder found itself. Nothing to deliver (the final words
+// differ from the partial ones, or are no command): the utterance is over
+// all the same. A grammar or mode change waiting for the next chunk makes
+// the result stale: it is dropped, as that chunk would drop it.
+void Engine::finishCommandUtterance(bool& commandTaken)
+{
+    if (!mp_commandRecognizer)
+        return;
     const std::string finalJson = mp_commandRecognizer->finalResult();
-    if (!(m_chaining && deliverChain(finalJson, commandTaken)) &&
-        !deliverCommandResult(finalJson, true, true, commandTaken)) {
-        // Nothing to deliver (the final words differ from the partial ones):
-        // the utterance is over all the same.
-        if (fast.verdict == FastCommandState::Verdict::Pending)
-            fast.verdict = FastCommandState::Verdict::NotTaken;
-    }
+    const bool stale = m_commandsChanged || m_modeChanged;
+    if (stale || (!(m_chaining && deliverChain(finalJson, commandTaken)) &&
+                  !deliverCommandResult(finalJson, true, true, commandTaken)))
+        mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
     mp_commandRecognizer.reset();
-    fast.commandRecognizerGone();
+    mp_fast->commandRecognizerGone();
 }
 
 bool Engine::deliverChain(const std::string& json, bool& commandTaken)
@@ -101,13 +103,13 @@ bool Engine::deliverChain(const std::string& json, bool& commandTaken)
 
     if (!chainConfident(json, phrases)) {
         // One weak phrase makes the whole utterance one failure.
-        mp_fast->verdict = FastCommandState::Verdict::NotTaken;
+        mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
         const KSR::CommandRecognizedFunction deliver = commandFunction();
         if (deliver)
             deliver(text, KSR::Failed);
         return true;
     }
-    mp_fast->verdict = FastCommandState::Verdict::Taken;
+    mp_fast->held.decide(HeldDictation::Verdict::Taken);
     commandTaken = true;
     // Each phrase as if it had been said alone, in order. The functions are
     // fetched for every phrase: an activation key in the chain rebuilds the
@@ -131,44 +133,27 @@ bool Engine::deliverChain(const std::string& json, bool& commandTaken)
 bool Engine::holdDictation(const std::string& text, KSR::RecognitionState state, long long onset)
 {
     FastCommandState& fast = *mp_fast;
-    if (m_earlyEndMilliseconds <= 0)
-        return false;
+    // Later text queues behind what is held, so that nothing overtakes it,
+    // even when the early end was switched off meanwhile.
     if (fast.held.empty()) {
+        if (m_earlyEndMilliseconds <= 0)
+            return false;
         if (fast.partialMatch == PhraseMatch::None || fast.commandOnset < 0)
             return false;
         if (onset >= 0 && std::llabs(fast.commandOnset - onset) > kSameOnset)
             return false;
-        fast.heldSince = fast.voice.samplesHeard();
-        fast.verdict = FastCommandState::Verdict::Pending;
     }
-    // Later text queues behind, so that nothing overtakes what is held.
-    fast.held.push_back({text, state});
+    fast.held.hold(text, state, fast.voice.samplesHeard());
     return true;
 }
 
-void Engine::settleHeldDictation(bool fast)
+void Engine::settleHeldDictation()
 {
-    FastCommandState& state = *mp_fast;
-    if (state.held.empty())
+    HeldDictation::Items items = mp_fast->held.settle(mp_fast->voice.samplesHeard());
+    if (items.empty())
         return;
-    if (fast && m_dictationModeEnabled) {
-        if (state.verdict == FastCommandState::Verdict::Taken) {
-            // The command was taken: its words, held as dictation, go.
-            state.held.pop_front();
-        } else if (state.verdict == FastCommandState::Verdict::Pending &&
-                   state.voice.samplesHeard() - state.heldSince <= kHoldLimit) {
-            return;
-        }
-    }
-    releaseHeldDictation();
-}
-
-void Engine::releaseHeldDictation()
-{
-    std::deque<FastCommandState::Held> held;
-    held.swap(mp_fast->held);
     const KSR::DictationRecognizedFunction deliver = dictationFunction();
-    for (FastCommandState::Held& item : held)
+    for (HeldDictation::Item& item : items)
         if (deliver)
             deliver(item.text, item.state);
 }

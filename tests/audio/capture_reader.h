@@ -41,6 +41,20 @@ struct CaptureReader {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
     }
+
+    // Samples a second of wall time once capture runs steadily: reads for
+    // `warmUp` first, so that what the server gathered before the first
+    // read (it may hand a burst over at once, more of it on a busy machine)
+    // is left out, then measures over `duration`.
+    double steadyRate(AudioDevice& device, std::chrono::milliseconds warmUp, std::chrono::milliseconds duration)
+    {
+        readFor(device, warmUp);
+        const std::size_t before = samples.size();
+        const auto begin = std::chrono::steady_clock::now();
+        readFor(device, duration);
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+        return static_cast<double>(samples.size() - before) / seconds;
+    }
 };
 
 #endif

@@ -114,15 +114,55 @@ TEST(SilenceGate, SpeechAfterLongQuietPassesWithTheHalfSecondBeforeIt)
     run(gate, stream, 0, stream.chunks(), passed);
 
     // The gate opens on the third voiced chunk and hands over the half
-    // second that ends with it, then every chunk as it comes.
+    // second before the first voiced one and what came since, then every
+    // chunk as it comes.
     ASSERT_EQ(passed.openedAt, (std::vector<std::size_t>{chunkAt(6000) + SilenceGate::kMinVoicedFrames - 1}));
-    const std::size_t openedEnd = (passed.openedAt[0] + 1) * kChunkSamples;
-    const std::size_t leadIn = kRate / 2;
+    const std::size_t from = (6000 - SilenceGate::kLeadInMs) * kRate / 1000;
     std::vector<std::int16_t> expected = stream.slice(0, 3 * kRate);
-    const std::vector<std::int16_t> rest = stream.slice(openedEnd - leadIn, stream.chunks() * kChunkSamples - (openedEnd - leadIn));
+    const std::vector<std::int16_t> rest = stream.slice(from, stream.chunks() * kChunkSamples - from);
     expected.insert(expected.end(), rest.begin(), rest.end());
     EXPECT_EQ(passed.samples, expected);
     EXPECT_TRUE(gate.isOpen());
+}
+
+TEST(SilenceGate, TheLeadInStartsHalfASecondBeforeTheSpeechInLargeChunks)
+{
+    // A capture that stalled hands over half a second at once; speech
+    // starts right at the beginning of such a chunk. The recognizers still
+    // get the half second of quiet before the first word.
+    Stream stream;
+    stream.quiet(6000);
+    stream.speech(1000);
+    SilenceGate gate(kRate);
+    const int chunkMs = 500;
+    const int chunkSamples = chunkMs * kRate / 1000;
+    std::vector<std::int16_t> opening;
+    for (int at = 0; at < 7000; at += chunkMs) {
+        const char* chunk = stream.chunk(chunkAt(at));
+        if (gate.take(chunk, chunkSamples * 2) && gate.justOpened()) {
+            const auto* samples = reinterpret_cast<const std::int16_t*>(gate.passed());
+            opening.assign(samples, samples + gate.passedBytes() / 2);
+            EXPECT_EQ(at, 6000);
+        }
+    }
+    EXPECT_EQ(opening, stream.slice((6000 - SilenceGate::kLeadInMs) * kRate / 1000,
+                                    static_cast<std::size_t>(SilenceGate::kLeadInMs + chunkMs) * kRate / 1000));
+}
+
+TEST(SilenceGate, TheLeadInReachesBackAcrossTheChunksOfTheVoicedRun)
+{
+    // Speech begins two 10 ms chunks before the one that opens the gate:
+    // the lead-in is counted from the run's first voiced frame.
+    Stream stream;
+    stream.quiet(6000);
+    stream.speech(300);
+    SilenceGate gate(kRate);
+    Passed passed;
+    run(gate, stream, 0, chunkAt(6000) + SilenceGate::kMinVoicedFrames, passed);
+    ASSERT_EQ(passed.openedAt.size(), 1u);
+    const std::size_t from = (6000 - SilenceGate::kLeadInMs) * kRate / 1000;
+    const std::vector<std::int16_t> opening(passed.samples.begin() + 3 * kRate, passed.samples.end());
+    EXPECT_EQ(opening, stream.slice(from, (chunkAt(6000) + SilenceGate::kMinVoicedFrames) * kChunkSamples - from));
 }
 
 TEST(SilenceGate, ShortClosedSpellsLoseNothingAndRepeatNothing)

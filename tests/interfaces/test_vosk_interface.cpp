@@ -1,8 +1,9 @@
-// K_VoskInterface on the libvosk test double and OpenAL's null back end (an
-// output device, no capture device): signals, the worker's loop and its
-// end, the microphone set-up and the two microphone slots. Capture cannot
-// open here, so the loop spins without audio; the tests with audio flowing
-// are in test_vosk_interface_flow.cpp and test_vosk_interface_mic.cpp.
+// K_VoskInterface on the libvosk and OpenAL test doubles, the latter set up
+// as a machine without a microphone (an output device, no capture device):
+// signals, the worker's loop and its end, the microphone set-up and the two
+// microphone slots. Capture cannot open here, so the loop spins without
+// audio, whatever audio the machine has; the tests with audio flowing are
+// in test_vosk_interface_mic.cpp and test_capture_run_fake.cpp.
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 
+#include "fake_openal.h"
 #include "fake_vosk.h"
 #include "interface_test_support.h"
 #include "log_capture.h"
@@ -20,10 +22,6 @@
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
-static const bool kEnvironment = [] {
-    ::setenv("ALSOFT_DRIVERS", "null", 1);
-    return true;
-}();
 
 namespace {
 
@@ -40,8 +38,14 @@ class VoskInterfaceTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(kEnvironment);
         ASSERT_TRUE(folder.isValid());
+        FakeOpenAl::reset();
+        {
+            std::lock_guard<std::mutex> lock(FakeOpenAl::mutex());
+            FakeOpenAl::state().captureDevices.clear();
+            FakeOpenAl::state().defaultCaptureDevice.clear();
+            FakeOpenAl::state().recordCalls = false;  // the loop asks without end
+        }
         FakeVosk::reset();
         {
             std::lock_guard<std::mutex> lock(FakeVosk::mutex());
@@ -90,7 +94,7 @@ TEST_F(VoskInterfaceTest, AvailableFrequenciesAreAlways16000_44100_48000)
     EXPECT_EQ(uninitialized.availableFrequencies(), (QList<int>{16000, 44100, 48000}));
 }
 
-TEST_F(VoskInterfaceTest, NoCaptureDeviceIsListedOnTheNullBackEnd)
+TEST_F(VoskInterfaceTest, NoCaptureDeviceIsListedWithoutAMicrophone)
 {
     CountingInterface iface(&host);
     EXPECT_TRUE(iface.availableMicrophones().empty());
@@ -246,8 +250,9 @@ TEST_F(VoskInterfaceTest, TheLoopRunsInTheWorkerAndEndsWithAFlush)
     iface.addDictationGrammar("");
     iface.addCommandGrammar("north");
     startListening(iface);
+    // The loop runs (`active`) a moment before it switches the engine on.
+    ASSERT_TRUE(waitFor([&] { return iface.engine()->isActivated(); }));
     EXPECT_TRUE(iface.workerThread()->isRunning());
-    EXPECT_TRUE(iface.engine()->isActivated());
     EXPECT_TRUE(iface.activationKeysGrammar()->isActive());
     const std::vector<std::string> before = fakeCalls();
     EXPECT_EQ(std::count(before.begin(), before.end(), "final:Dictation"), 0);

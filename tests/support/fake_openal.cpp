@@ -132,6 +132,23 @@ bool disconnect()
     return true;
 }
 
+void play(const std::vector<short>& samples)
+{
+    std::lock_guard<std::mutex> lock(mutex());
+    state().sound.insert(state().sound.end(), samples.begin(), samples.end());
+}
+
+bool soundConsumed()
+{
+    std::lock_guard<std::mutex> lock(mutex());
+    const Device* device = openCaptureDevice();
+    if (!device)
+        return true;
+    const long long rate = device->info.frequency;
+    const long long at = device->info.soundStart + (rate ? device->info.soundFrames * 16000 / rate : 0);
+    return device->heard.empty() && at >= static_cast<long long>(state().sound.size());
+}
+
 short sampleValue(long long index) { return static_cast<short>(index % 32768); }
 
 }  // namespace FakeOpenAl

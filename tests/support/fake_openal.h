@@ -90,6 +90,8 @@ struct CaptureDevice {
     int available = 0;          // frames gathered and not yet read
     long long framesRead = 0;   // frames handed out by alcCaptureSamples
     int connectedQueries = 0;   // ALC_CONNECTED queries answered so far
+    long long soundStart = 0;   // where in State::sound the device began to listen
+    long long soundFrames = 0;  // frames of played sound gathered since
 };
 
 struct State {
@@ -121,6 +123,17 @@ struct State {
     // Stereo frames carry the sample value on the left and its negation on
     // the right (false: the same value on both).
     bool rightChannelNegated = false;
+
+    // Played sound, for tests that recognize real audio faster than real
+    // time (see play()). While `sound` is not empty, every ALC_CAPTURE_SAMPLES
+    // query of a started, connected device gathers up to `framesPerQuery`
+    // frames of what was played and not yet gathered, at the device's rate
+    // (the 16 kHz sound interpolated; 10 ms of it are exactly 441 frames at
+    // 44.1 kHz, 480 at 48 kHz), and reading hands out those values
+    // instead of the counting ramp. When all of it is gathered nothing
+    // more arrives: the listener's time stands still until more is played.
+    std::vector<short> sound;  // 16 kHz mono, everything played so far
+    int framesPerQuery = 0;  // 0: 10 ms at the device's rate
 
     // Scripted outcomes per call, taken front first; an empty queue succeeds.
     std::deque<Outcome> outcomes[kCallCount];
@@ -157,6 +170,11 @@ bool deliver(int frames);
 // The open capture device reports itself disconnected from now on; returns
 // false if no capture device is open.
 bool disconnect();
+// Plays 16 kHz mono samples into the capture devices (State::sound).
+void play(const std::vector<short>& samples);
+// Whether the open capture device has gathered and handed out everything
+// played so far (true when nothing was played or no device is open).
+bool soundConsumed();
 // The sample value of frame `index` of a capture stream: frames are numbered
 // from 0 per device, counting up and wrapping at 32768; every channel of a
 // frame carries it (but see State::rightChannelNegated), 8-bit formats its

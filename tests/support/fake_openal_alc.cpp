@@ -72,6 +72,7 @@ void captureAnswer(Device& device, ALCenum param, ALCint* value)
             arrive(device, state().arrivals.front());
             state().arrivals.pop_front();
         }
+        gatherSound(device);
         *value = device.info.available;
     } else {
         if (device.info.connected && device.connectedLimit >= 0 &&

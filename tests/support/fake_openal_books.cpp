@@ -163,6 +163,29 @@ void arrive(Device& device, int frames)
         device.info.available += frames;
 }
 
+void gatherSound(Device& device)
+{
+    const std::vector<short>& sound = state().sound;
+    const long long rate = device.info.frequency;
+    if (!device.info.started || !device.info.connected || sound.empty() || rate == 0)
+        return;
+    // Frame n of the device lies at n * 16000 / rate samples into the sound,
+    // in exact integer steps so that whole 10 ms pieces give whole frames.
+    const int limit = state().framesPerQuery > 0 ? state().framesPerQuery : static_cast<int>(rate / 100);
+    int frames = 0;
+    for (; frames < limit; ++frames) {
+        const long long at = device.info.soundFrames * 16000;
+        const std::size_t index = static_cast<std::size_t>(device.info.soundStart + at / rate);
+        if (index >= sound.size())
+            break;
+        const double fraction = static_cast<double>(at % rate) / static_cast<double>(rate);
+        const double next = index + 1 < sound.size() ? sound[index + 1] : sound[index];
+        device.heard.push_back(static_cast<short>(sound[index] + fraction * (next - sound[index])));
+        ++device.info.soundFrames;
+    }
+    device.info.available += frames;
+}
+
 ALCdevice* book(std::unique_ptr<Device> device, const std::string& call)
 {
     record(call + " = " + device->handle);

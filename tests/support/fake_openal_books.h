@@ -5,6 +5,7 @@
 // and the helpers its functions share. Every function here expects the
 // double's lock (FakeOpenAl::mutex()) to be held.
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -29,6 +30,7 @@ struct Device {
     int error = ALC_NO_ERROR;
     int connectedLimit = -1;  // capture: ALC_CONNECTED queries answered ALC_TRUE, -1 for ever
     CaptureDevice info;       // capture only
+    std::deque<short> heard;  // capture: frames of played sound gathered and not yet read
 };
 
 struct Context {
@@ -83,6 +85,8 @@ bool listed(const std::vector<std::string>& names, const std::string& name);
 Device* openCaptureDevice();
 // Frames arrive on a device that is started and connected.
 void arrive(Device& device, int frames);
+// Played sound arrives on a started, connected capture device (State::sound).
+void gatherSound(Device& device);
 // Books a new device and answers its handle.
 ALCdevice* book(std::unique_ptr<Device> device, const std::string& call);
 // The device a close call closes, or null after its failure answer.

@@ -57,6 +57,8 @@ ALCdevice* alcCaptureOpenDevice(const ALCchar* devicename, ALCuint frequency, AL
     device->info.format = format;
     device->info.bufferSize = buffersize;
     device->info.open = true;
+    // A microphone hears what is played after it opened.
+    device->info.soundStart = static_cast<long long>(s.sound.size());
     return book(std::move(device), call);
 }
 
@@ -128,7 +130,11 @@ void alcCaptureSamples(ALCdevice* handle, ALCvoid* buffer, ALCsizei samples)
     const int sampleBytes = eightBit ? 1 : 2;
     auto* bytes = static_cast<unsigned char*>(buffer);
     for (ALCsizei frame = 0; frame < samples; ++frame) {
-        const short value = sampleValue(device->info.framesRead + frame);
+        short value = sampleValue(device->info.framesRead + frame);
+        if (!device->heard.empty()) {
+            value = device->heard.front();
+            device->heard.pop_front();
+        }
         const short right = state().rightChannelNegated ? static_cast<short>(-value) : value;
         for (int channel = 0; channel < (stereo ? 2 : 1); ++channel) {
             const short sample = channel == 0 ? value : right;

@@ -32,6 +32,16 @@ void record(State& s, std::string call)
         s.calls.push_back(std::move(call));
 }
 
+void countFinal(State& s, Kind kind, const std::string& json)
+{
+    const std::string key = "\"text\" : \"";
+    const std::size_t at = json.find(key);
+    if (at == std::string::npos)
+        return;
+    const std::size_t from = at + key.size();
+    ++s.finalTexts[index(kind)][json.substr(from, json.find('"', from) - from)];
+}
+
 VoskRecognizer* makeRecognizer(Kind kind)
 {
     State& s = state();
@@ -212,6 +222,7 @@ const char* vosk_recognizer_result(VoskRecognizer* recognizer)
     std::lock_guard<std::mutex> lock(FakeVosk::mutex());
     FakeVosk::record(FakeVosk::state(), std::string("result:") + FakeVosk::kindName(recognizer->kind));
     recognizer->resultBuffer = recognizer->current;
+    FakeVosk::countFinal(FakeVosk::state(), recognizer->kind, recognizer->resultBuffer);
     return recognizer->resultBuffer.c_str();
 }
 
@@ -235,6 +246,7 @@ const char* vosk_recognizer_final_result(VoskRecognizer* recognizer)
     } else {
         recognizer->resultBuffer = "{\n  \"text\" : \"\"\n}";
     }
+    FakeVosk::countFinal(s, recognizer->kind, recognizer->resultBuffer);
     return recognizer->resultBuffer.c_str();
 }
 

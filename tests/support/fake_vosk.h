@@ -13,6 +13,7 @@
 // final result.
 
 #include <deque>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
@@ -54,6 +55,9 @@ struct State {
     int created[3] = {0, 0, 0};
     int modelsAlive = 0;
     long long bytesFed[3] = {0, 0, 0};
+    // The "text" of every final result handed out by result() or
+    // final_result(), counted per kind: nothing can be delivered more often.
+    std::map<std::string, int> finalTexts[3];
 };
 
 // Every access to the state must hold this lock.

@@ -4,7 +4,9 @@
 // decides.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <mutex>
 
 #include "fake_vosk.h"
 #include "vosk/phrase_index.h"
@@ -244,4 +246,186 @@ TEST_F(EngineFast, HeldDictationGoesOutAtTheEndOfCapture)
     EXPECT_TRUE(finals(dictated).empty());
     engine.processFinalAudio();
     EXPECT_EQ(finals(dictated), (Deliveries{{"add", 2}}));
+}
+
+// What happens to held text and to the command that decides it when the
+// command itself, the host or the end of capture changes the rules.
+class EngineHeldText : public EngineFast {
+protected:
+    void SetUp() override
+    {
+        EngineFast::SetUp();
+        engine.setEarlyEnd(250);
+        engine.setDictationModeEnabled(true);
+        feed(1);  // the mode switch's flush
+    }
+
+    // The dictation recognizer ends "add comma" while the command
+    // recognizer still hears the same phrase: the text is held.
+    void holdAddComma()
+    {
+        FakeVosk::pushStep(Kind::Dictation, 0, partial("add comma"));
+        FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+        FakeVosk::pushStep(Kind::Dictation, 1, final("add comma", {"1.0", "1.0"}));
+        FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+        feed(2);
+        ASSERT_TRUE(finals(dictated).empty());
+        ASSERT_TRUE(finals(commands).empty());
+    }
+};
+
+TEST_F(EngineHeldText, ACommandThatSwitchesDictationOffKeepsItsWordsOutOfTheText)
+{
+    // An activation key switches the dictation grammar off from inside the
+    // command function.
+    engine.setCommandRecognizedFunction([this](const std::string& text, KSR::RecognitionState state) {
+        commands.push_back({text, state});
+        if (state == KSR::Recognized)
+            engine.setDictationModeEnabled(false);
+    });
+    holdAddComma();
+    FakeVosk::pushFinal(Kind::Command, final("add comma", {"1.0", "1.0"}));
+    FakeVosk::setCycle(Kind::Command, {{0, partial("add comma")}});
+    feed(4);
+    EXPECT_EQ(finals(commands), (Deliveries{{"add comma", 2}}));
+    EXPECT_TRUE(finals(dictated).empty());
+    EXPECT_FALSE(engine.dictationModeEnabled());
+}
+
+TEST_F(EngineHeldText, TheEarlyEndSwitchedOffWhileTextIsHeldStillWaitsForTheVerdict)
+{
+    holdAddComma();
+    engine.setEarlyEnd(0);
+    // The command recognizer then ends the utterance itself.
+    FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+    FakeVosk::pushStep(Kind::Command, 1, final("add comma", {"1.0", "1.0"}));
+    feed(2);
+    EXPECT_EQ(finals(commands), (Deliveries{{"add comma", 2}}));
+    EXPECT_TRUE(finals(dictated).empty());
+}
+
+TEST_F(EngineHeldText, TextHeldWhenTheEarlyEndIsSwitchedOffGoesOutWithinTheBound)
+{
+    holdAddComma();
+    engine.setEarlyEnd(0);
+    // The command recognizer never decides: the text waits a second at most.
+    FakeVosk::setCycle(Kind::Command, {{0, partial("add comma")}});
+    feed(9);
+    EXPECT_TRUE(finals(dictated).empty());
+    feed(2);
+    EXPECT_EQ(finals(dictated), (Deliveries{{"add comma", 2}}));
+}
+
+TEST_F(EngineHeldText, StopWhileTheVerdictIsPendingDeliversTheCommandNotItsWords)
+{
+    holdAddComma();
+    FakeVosk::pushFinal(Kind::Command, final("add comma", {"1.0", "1.0"}));
+    engine.processFinalAudio();
+    EXPECT_EQ(finals(commands), (Deliveries{{"add comma", 2}}));
+    EXPECT_TRUE(finals(dictated).empty());
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 0);
+}
+
+TEST_F(EngineHeldText, StopWithHeldTextThatIsNoCommandDeliversTheText)
+{
+    holdAddComma();
+    FakeVosk::pushFinal(Kind::Command, final("add", {"1.0"}));
+    engine.processFinalAudio();
+    EXPECT_TRUE(finals(commands).empty());
+    EXPECT_EQ(finals(dictated), (Deliveries{{"add comma", 2}}));
+}
+
+TEST_F(EngineHeldText, AWeakCommandAtStopLetsTheHeldTextGo)
+{
+    holdAddComma();
+    FakeVosk::pushFinal(Kind::Command, final("add comma", {"1.0", "0.5"}));
+    engine.processFinalAudio();
+    EXPECT_EQ(finals(commands), (Deliveries{{"add comma", 0}}));
+    EXPECT_EQ(finals(dictated), (Deliveries{{"add comma", 2}}));
+}
+
+TEST_F(EngineHeldText, EndingTheUtteranceDeliversTheCommandFirstAndKeepsItsWordsOutOfTheText)
+{
+    holdAddComma();
+    FakeVosk::pushFinal(Kind::Command, final("add comma", {"1.0", "1.0"}));
+    FakeVosk::pushFinal(Kind::Dictation, final("add comma", {"1.0", "1.0"}));
+    engine.endUtterance();
+    EXPECT_EQ(finals(commands), (Deliveries{{"add comma", 2}}));
+    EXPECT_TRUE(finals(dictated).empty());
+}
+
+TEST(EngineEndOfUtterance, DictationHeardBelowTheEndOfUtteranceIsDeliveredNotLost)
+{
+    FakeVosk::reset();
+    Vosk::Engine engine;
+    ASSERT_TRUE(engine.initialize("/model"));
+    engine.setLiteralKeyword("literal");
+    engine.setCommandsList({"new line"});
+    ASSERT_TRUE(engine.setActivated(true));
+    Deliveries dictated, commands;
+    engine.setCommandRecognizedFunction(
+        [&](const std::string& text, KSR::RecognitionState state) { commands.push_back({text, state}); });
+    engine.setDictationRecognizedFunction(
+        [&](std::string& text, KSR::RecognitionState state) { dictated.push_back({text, state}); });
+    engine.setDictationModeEnabled(true);
+    const std::string chunk(3200, '\0');
+    for (int i = 0; i < 2; ++i)  // the grammar's and the mode's first chunks
+        engine.processAudio(chunk.data(), static_cast<int>(chunk.size()));
+    FakeVosk::pushStep(Kind::Dictation, 0, partial("hello"));
+    engine.processAudio(chunk.data(), static_cast<int>(chunk.size()));
+    // Soft speech: the recognizers never found the end themselves.
+    FakeVosk::pushFinal(Kind::Command, final("", {}));
+    FakeVosk::pushFinal(Kind::Dictation, final("hello", {"1.0"}));
+    engine.endUtterance();
+    EXPECT_EQ(dictated.back(), (Delivery{"hello", KSR::Recognized}));
+    EXPECT_TRUE(commands.empty());
+    // Spelling delivers its letters the same way.
+    engine.setSpellingEnabled(true);
+    engine.applyPendingChanges();
+    FakeVosk::pushFinal(Kind::Spelling, final("c a t", {"1.0", "1.0", "1.0"}));
+    engine.endUtterance();
+    EXPECT_EQ(dictated.back(), (Delivery{"c a t", KSR::Recognized}));
+}
+
+TEST(EnginePendingChanges, AGrammarChangeMadeWhileNoAudioFlowedCostsNoChunk)
+{
+    FakeVosk::reset();
+    Vosk::Engine engine;
+    ASSERT_TRUE(engine.initialize("/model"));
+    engine.setLiteralKeyword("literal");
+    engine.setCommandsList({"new line"});
+    ASSERT_TRUE(engine.setActivated(true));
+    engine.setDictationRecognizedFunction([](std::string&, KSR::RecognitionState) {});
+    engine.setCommandRecognizedFunction([](const std::string&, KSR::RecognitionState) {});
+    engine.setDictationModeEnabled(true);
+    const std::string chunk(3200, '\0');
+    for (int i = 0; i < 2; ++i)
+        engine.processAudio(chunk.data(), static_cast<int>(chunk.size()));
+    // The host switches rules and spelling on while no audio flows.
+    engine.setCommandsList({"new line", "add comma"});
+    ASSERT_TRUE(engine.setActivated(true));
+    engine.setSpellingEnabled(true);
+    engine.applyPendingChanges();
+    {
+        std::lock_guard<std::mutex> lock(FakeVosk::mutex());
+        FakeVosk::state().calls.clear();
+    }
+    engine.processAudio(chunk.data(), static_cast<int>(chunk.size()));
+    // The first chunk after the pause reaches the new command recognizer
+    // and the spelling recognizer, and is taken from neither.
+    const Strings calls = FakeVosk::calls();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "new:Command"), 1);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "accept:Command"), 1);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "accept:Spelling"), 1);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "final:Command"), 0);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "final:Spelling"), 0);
+}
+
+TEST(EnginePendingChanges, NothingHappensWhileTheEngineIsOff)
+{
+    FakeVosk::reset();
+    Vosk::Engine engine;
+    engine.applyPendingChanges();
+    engine.endUtterance();
+    EXPECT_TRUE(FakeVosk::calls().empty());
 }
