@@ -111,6 +111,15 @@ public:
     std::string acousticModelPath() const;
     std::string acousticModelProblem() const;
 
+    // K_SRInterface::start(), after looking up in this (the host's) thread
+    // the microphone name that the run's microphone signals carry: the
+    // device the host chose, else the system default's name. The worker then
+    // need not ask the audio system for it while the host lists the
+    // microphones (as a listeningStarted handler may). A worker that is
+    // still running keeps the name it started with; without a model nothing
+    // is looked up (the worker ends at once).
+    void start() override;
+
     // Stops a running interface, asks the host function and applies its
     // answer (emitting microphoneDeviceChanged and microphoneFrequencyChanged),
     // then restarts. False only without a function.
@@ -175,6 +184,9 @@ private:
 
     MicrophoneSetupFunction microphoneSetupFunction;
     std::unique_ptr<AudioDevice> audio;
+    // Written by start() while no worker runs, read by the worker as its
+    // loop begins (QThread::start orders the two).
+    std::string m_startMicrophoneName;
     std::atomic<int> m_listeningPace;
     std::atomic<bool> m_silenceSkipping;
     std::string m_modelPath;

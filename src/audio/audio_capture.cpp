@@ -3,6 +3,7 @@
 #include <AL/al.h>
 #include <AL/alext.h>
 
+#include <mutex>
 #include <new>
 
 extern "C" {
@@ -13,6 +14,7 @@ extern "C" {
 #include "audio/audio_device.h"
 #include "audio/audio_formats.h"
 #include "audio/audio_log.h"
+#include "audio/audio_module_state.h"
 #include "audio/audio_resampler.h"
 
 namespace {
@@ -76,10 +78,16 @@ bool AudioDevice::openCapture(bool logOpenFailure)
         return false;
     }
 
-    // The device's own ring buffer holds half a second.
-    mp_captureDevice = alcCaptureOpenDevice(m_captureDeviceName.empty() ? nullptr : m_captureDeviceName.c_str(),
-                                            static_cast<ALCuint>(captureHertz), m_captureFormat,
-                                            captureHertz / 2);
+    // The device's own ring buffer holds half a second. OpenAL's back end
+    // looks a device name up in the capture list that enumeration rebuilds,
+    // so the open takes the enumeration lock too
+    // (AudioModuleState::enumerationMutex).
+    {
+        std::lock_guard<std::mutex> lock(AudioModuleState::enumerationMutex());
+        mp_captureDevice =
+            alcCaptureOpenDevice(m_captureDeviceName.empty() ? nullptr : m_captureDeviceName.c_str(),
+                                 static_cast<ALCuint>(captureHertz), m_captureFormat, captureHertz / 2);
+    }
     const ALCenum openError = alcGetError(mp_captureDevice);
     if (!mp_captureDevice || openError != ALC_NO_ERROR) {
         if (logOpenFailure)

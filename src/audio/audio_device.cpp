@@ -3,6 +3,7 @@
 #include <AL/al.h>
 
 #include <cstring>
+#include <mutex>
 #include <vector>
 
 #include "audio/audio_formats.h"
@@ -124,11 +125,22 @@ AudioDevice::~AudioDevice()
     if (mp_context && alcGetCurrentContext() == mp_context)
         makeCurrent(nullptr);
     mp_resampler.reset();
+    closeOutput();
+    // The context map keeps its entry: entries are never removed.
+}
+
+// openOutput's counterpart, for the destructor only. OpenAL's mixer thread
+// may still be reading the context's mixing state while the context goes;
+// OpenAL orders the two with atomics of its own, which ThreadSanitizer does
+// not see. Its reports then name the destructor, the caller of this
+// function (an uninstrumented library's frames have no names), which is
+// what tests/sanitizers/tsan.supp names.
+void AudioDevice::closeOutput()
+{
     if (mp_context)
         alcDestroyContext(mp_context);
     if (mp_device)
         alcCloseDevice(mp_device);
-    // The context map keeps its entry: entries are never removed.
 }
 
 bool AudioDevice::makeCurrent(AudioDevice* device)
@@ -159,27 +171,34 @@ std::list<std::string> AudioDevice::availableCaptureDevices() const
 }
 
 // OpenAL answers a device list as a run of NUL-terminated names closed by
-// an empty one.
+// an empty one. The names are copied before the enumeration lock is
+// released (see AudioModuleState::enumerationMutex); the log line waits
+// until then.
 std::list<std::string> AudioDevice::deviceList(ALCenum which) const
 {
     std::list<std::string> names;
-    if (alcIsExtensionPresent(nullptr, "ALC_ENUMERATION_EXT") != ALC_TRUE) {
-        audioLog("Enumeration extension is not available\n");
-        return names;
+    bool enumerates;
+    {
+        std::lock_guard<std::mutex> lock(AudioModuleState::enumerationMutex());
+        enumerates = alcIsExtensionPresent(nullptr, "ALC_ENUMERATION_EXT") == ALC_TRUE;
+        if (enumerates) {
+            if (which == ALC_DEVICE_SPECIFIER && alcIsExtensionPresent(nullptr, "ALC_ENUMERATE_ALL_EXT") == ALC_TRUE)
+                which = ALC_ALL_DEVICES_SPECIFIER;
+            const ALCchar* list = alcGetString(nullptr, which);
+            for (const ALCchar* name = list; name && *name != '\0'; name += std::strlen(name) + 1)
+                names.emplace_back(name);
+        }
     }
-    if (which == ALC_DEVICE_SPECIFIER && alcIsExtensionPresent(nullptr, "ALC_ENUMERATE_ALL_EXT") == ALC_TRUE)
-        which = ALC_ALL_DEVICES_SPECIFIER;
-    const ALCchar* list = alcGetString(nullptr, which);
-    if (!list)
-        return names;
-    for (const ALCchar* name = list; *name != '\0'; name += std::strlen(name) + 1)
-        names.emplace_back(name);
+    if (!enumerates)
+        audioLog("Enumeration extension is not available\n");
     return names;
 }
 
-// Unlike the device lists, this answers a single name.
+// Unlike the device lists, this answers a single name, copied under the
+// same lock.
 std::string AudioDevice::defaultCaptureDeviceName() const
 {
+    std::lock_guard<std::mutex> lock(AudioModuleState::enumerationMutex());
     const ALCchar* name = alcGetString(nullptr, ALC_CAPTURE_DEFAULT_DEVICE_SPECIFIER);
     return name ? std::string(name) : std::string();
 }

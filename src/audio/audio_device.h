@@ -26,8 +26,17 @@ class AudioResampler;
 //
 // Threads: capture (start, read, stop) runs on one thread at a time; names
 // and rates are changed only while capture is stopped. The module-wide map
-// from OpenAL contexts to devices is the one shared state, under the
-// module's mutex.
+// from OpenAL contexts to devices is shared state, under the module's mutex.
+// The device lists and the default device's name may be asked for from any
+// thread at any time, also while another thread captures or asks the same:
+// a host lists the microphones while its capture worker looks its device up.
+// OpenAL answers them from one process-wide buffer that it rebuilds (and
+// frees) at every such query and that the caller reads outside OpenAL's own
+// lock, so every query that reads or rebuilds it (availableCaptureDevices,
+// defaultCaptureDeviceName, and the capture open, whose back end looks the
+// name up in the list that enumeration rebuilds) takes the module's
+// enumeration lock, AudioModuleState::enumerationMutex(), one for all
+// devices, and copies the answer into std::string before releasing it.
 //
 // Playback sources are not kept: nothing in the module plays sound, so the
 // device owns no sources and its teardown has none to release.
@@ -88,6 +97,7 @@ public:
 
 private:
     void openOutput();
+    void closeOutput();
     void setUpListener();
     void keepListenerContextCurrent();
     bool openCapture(bool logOpenFailure);

@@ -31,6 +31,13 @@ std::vector<std::string>& messages()
 
 }  // namespace
 
+// Built on first use and never destroyed, like the module's mutex above.
+std::mutex& enumerationMutex()
+{
+    static std::mutex& mutex = *new std::mutex;
+    return mutex;
+}
+
 void registerContext(ALCcontext* context, AudioDevice* device)
 {
     std::lock_guard<std::mutex> lock(moduleMutex());

@@ -28,9 +28,9 @@ CaptureRun::CaptureRun(K_VoskInterface& iface, AudioDevice& audio, Vosk::Engine&
     m_pending.reserve(static_cast<std::size_t>(m_frameBytes) * 64);
 }
 
-void CaptureRun::run(bool captureOpen)
+void CaptureRun::run(bool captureOpen, const std::string& startName)
 {
-    m_deviceName = microphoneName();
+    m_deviceName = startName;
     if (!captureOpen && m_iface.listeningPace() > 0)
         microphoneGone();
     while (m_iface.active) {

@@ -32,8 +32,10 @@ public:
     CaptureRun(K_VoskInterface& iface, AudioDevice& audio, Vosk::Engine& engine);
 
     // Runs passes until the interface is stopped. `captureOpen` is what
-    // opening the microphone gave.
-    void run(bool captureOpen);
+    // opening the microphone gave; `startName` is the name the microphone
+    // signals carry until the device reopens, as the host thread looked it
+    // up when it started listening (K_VoskInterface::start).
+    void run(bool captureOpen, const std::string& startName);
 
 private:
     void pollingPass();

@@ -30,7 +30,7 @@ void K_VoskInterface::speechRecognitionStarted()
     if (captureOpen)
         listeningBegan();
 
-    CaptureRun(*this, *audio, *voskEngine).run(captureOpen);
+    CaptureRun(*this, *audio, *voskEngine).run(captureOpen, m_startMicrophoneName);
     voskEngine->processFinalAudio();
 }
 

@@ -13,6 +13,19 @@ bool K_VoskInterface::isListeningOrStarting() const
     return starting || isActive();
 }
 
+// A running worker (QThread::start then does nothing) is still reading the
+// name it started with, so it is left alone; a worker without a model ends
+// at once and needs none.
+void K_VoskInterface::start()
+{
+    if (audio && isInitialized() && !(thread && thread->isRunning())) {
+        m_startMicrophoneName = audio->captureDeviceName();
+        if (m_startMicrophoneName.empty())
+            m_startMicrophoneName = audio->defaultCaptureDeviceName();
+    }
+    K_SRInterface::start();
+}
+
 bool K_VoskInterface::openMicrophoneSetup()
 {
     if (!audio || !microphoneSetupFunction)

@@ -28,7 +28,11 @@
 //
 // Handles are named by kind and order of creation: output devices out1,
 // out2, ..., capture devices cap1, ..., contexts ctx1, ...; a null handle is
-// "null". Thread-safe: every function takes the double's lock.
+// "null". Thread-safe: every function takes the double's lock. Like OpenAL
+// Soft, though, alcGetString answers a device list or a default device name
+// (null device) from a process-wide buffer that each such call rebuilds, and
+// the caller reads it after the lock is released: code that asks from two
+// threads at once without a lock of its own reads freed memory.
 
 #include <AL/al.h>
 #include <AL/alc.h>

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <memory>
 
 #include "fake_openal_books.h"
@@ -55,6 +56,26 @@ const ALCchar* keep(const std::string& owner, int param, const std::string& text
     std::string& kept = books().strings[{owner, param}];
     kept = text;
     return kept.c_str();
+}
+
+// OpenAL Soft keeps each device list and default name in one process-wide
+// string, rebuilt by every alcGetString that asks for it, and hands the
+// caller a pointer to it after releasing its own lock: a reader in another
+// thread may still be copying the previous answer while it is emptied,
+// rewritten or freed. The double does the same: it empties the previous
+// answer and replaces it by a fresh allocation, so that a caller that does
+// not serialize these queries reads cut names in any build, and freed memory
+// that AddressSanitizer and ThreadSanitizer report. The buffers live for the
+// whole process, across reset(), as OpenAL's do.
+const ALCchar* rebuildEnumeration(int param, const std::string& text)
+{
+    static std::map<int, std::vector<char>>& answers = *new std::map<int, std::vector<char>>;
+    std::vector<char>& answer = answers[param];
+    // Lists hold NULs of their own; the std::string's terminator closes them.
+    std::vector<char> rebuilt(text.c_str(), text.c_str() + text.size() + 1);
+    std::fill(answer.begin(), answer.end(), '\0');
+    answer = std::move(rebuilt);
+    return answer.data();
 }
 
 std::string joinedExtensions()
@@ -250,9 +271,11 @@ ALCboolean alcIsExtensionPresent(ALCdevice* handle, const ALCchar* extname)
     return present ? ALC_TRUE : ALC_FALSE;
 }
 
-const ALCchar* alcGetString(ALCdevice* handle, ALCenum param)
+namespace {
+
+// alcGetString's answer, under the double's lock.
+const ALCchar* stringAnswer(ALCdevice* handle, ALCenum param)
 {
-    std::lock_guard<std::mutex> lock(FakeOpenAl::mutex());
     const std::string call = "alcGetString(" + deviceName(handle) + ", " + enumName(param) + ")";
     record(call);
     const State& s = state();
@@ -276,14 +299,27 @@ const ALCchar* alcGetString(ALCdevice* handle, ALCenum param)
         return keep(device->handle, param, device->name);
     }
     switch (param) {
-    case ALC_DEVICE_SPECIFIER: return keep("", param, nameList(s.outputDevices));
-    case ALC_ALL_DEVICES_SPECIFIER: return keep("", param, nameList(s.allOutputDevices));
-    case ALC_CAPTURE_DEVICE_SPECIFIER: return keep("", param, nameList(s.captureDevices));
+    case ALC_DEVICE_SPECIFIER: return rebuildEnumeration(param, nameList(s.outputDevices));
+    case ALC_ALL_DEVICES_SPECIFIER: return rebuildEnumeration(param, nameList(s.allOutputDevices));
+    case ALC_CAPTURE_DEVICE_SPECIFIER: return rebuildEnumeration(param, nameList(s.captureDevices));
     case ALC_DEFAULT_DEVICE_SPECIFIER:
-    case ALC_DEFAULT_ALL_DEVICES_SPECIFIER: return keep("", param, s.defaultOutputDevice);
-    case ALC_CAPTURE_DEFAULT_DEVICE_SPECIFIER: return keep("", param, s.defaultCaptureDevice);
+    case ALC_DEFAULT_ALL_DEVICES_SPECIFIER: return rebuildEnumeration(param, s.defaultOutputDevice);
+    case ALC_CAPTURE_DEFAULT_DEVICE_SPECIFIER: return rebuildEnumeration(param, s.defaultCaptureDevice);
     default: books().nullDeviceError = ALC_INVALID_ENUM; return nullptr;
     }
+}
+
+}  // namespace
+
+const ALCchar* alcGetString(ALCdevice* handle, ALCenum param)
+{
+    const ALCchar* answer;
+    {
+        std::lock_guard<std::mutex> lock(FakeOpenAl::mutex());
+        answer = stringAnswer(handle, param);
+    }
+    // Read by the caller with the lock released, as OpenAL Soft's answers are.
+    return answer;
 }
 
 void alcGetIntegerv(ALCdevice* handle, ALCenum param, ALCsizei size, ALCint* values)

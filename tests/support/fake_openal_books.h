@@ -49,7 +49,9 @@ struct Books {
     int nullDeviceError = ALC_NO_ERROR;
     Context* current = nullptr;
     std::vector<std::string> misuses;
-    // Answers of alcGetString, kept until the same question is asked again.
+    // Answers of alcGetString about a device, and the extension string, kept
+    // until the same question is asked again (device lists and default names
+    // have process-wide buffers of their own, see fake_openal_alc.cpp).
     std::map<std::pair<std::string, int>, std::string> strings;
 };
 
