@@ -49,7 +49,7 @@ const char* usage()
 {
     return "usage: ksr-clip-check [--model DIR] [--clips DIR]... [--clip NAME]... [--modes LIST]\n"
            "                      [--after NAME] [--early-end off|on|both] [--runs N] [--seed S]\n"
-           "                      [--jobs N] [--markdown FILE] [--verbose]\n"
+           "                      [--chunks LIST] [--jobs N] [--markdown FILE] [--verbose]\n"
            "\n"
            "Hears every clip many times through the module's Vosk manager and engine, as the\n"
            "end-to-end microphone tests do, each time after a different lead-in of the virtual\n"
@@ -72,6 +72,9 @@ const char* usage()
            "                    off, on or both (default both)\n"
            "  --runs N          runs per clip and configuration (default 24: each of the eight\n"
            "                    chunkings three times, 10 to 320 ms and random sizes)\n"
+           "  --chunks LIST     the chunkings the runs take in turn, comma-separated: a size in ms\n"
+           "                    (a multiple of 10) or 10-N for a random size up to N ms for every\n"
+           "                    chunk; default 10,20,40,100,160,320,10-200,10-600\n"
            "  --seed S          the seed the runs' lead-ins, chunkings and noise come from\n"
            "                    (default 1); the same seed gives the same report\n"
            "  --jobs N          runs heard at the same time, one thread each (default 1)\n"
@@ -108,6 +111,22 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error)
             if (!value(text))
                 return false;
             options.onlyClips.push_back(text);
+        } else if (argument == "--chunks") {
+            if (!value(text))
+                return false;
+            options.chunkings.clear();
+            for (const std::string& item : splitList(text)) {
+                Chunking chunking;
+                if (!parseChunking(item, chunking)) {
+                    error = "--chunks takes sizes in ms (multiples of 10) or 10-N: " + item;
+                    return false;
+                }
+                options.chunkings.push_back(chunking);
+            }
+            if (options.chunkings.empty()) {
+                error = "--chunks needs at least one size";
+                return false;
+            }
         } else if (argument == "--after") {
             if (!value(options.after))
                 return false;

@@ -13,6 +13,7 @@ struct Options {
     std::string modelPath;               // empty: $KALO_ACOUSTIC_MODEL_PATH, else the bundled model
     std::vector<std::string> clipDirs;   // empty: the shared clips and tests/clips
     std::vector<std::string> onlyClips;  // file names; empty: every clip
+    std::vector<Chunking> chunkings = defaultChunkings();
     std::string after;                   // a clip heard before each clip under test
     std::vector<Mode> modes;             // empty: each clip's own (defaultModes)
     bool allModes = false;

@@ -165,10 +165,30 @@ std::string Chunking::name() const
 // Every run takes the next way of cutting, so that 24 runs give each one
 // three times: from the 10 ms frames of paced listening to the large reads
 // of a polling loop that fell behind on a busy machine.
-Chunking chunkingOfRun(int run)
+const std::vector<Chunking>& defaultChunkings()
 {
-    static const Chunking kChunkings[] = {{1, 0}, {2, 0}, {4, 0}, {10, 0}, {16, 0}, {32, 0}, {0, 20}, {0, 60}};
-    return kChunkings[static_cast<std::size_t>(run) % (sizeof kChunkings / sizeof kChunkings[0])];
+    static const std::vector<Chunking> chunkings = {{1, 0},  {2, 0},  {4, 0}, {10, 0},
+                                                    {16, 0}, {32, 0}, {0, 20}, {0, 60}};
+    return chunkings;
+}
+
+bool parseChunking(const std::string& text, Chunking& chunking)
+{
+    const auto frames = [](const std::string& ms, int& out) {
+        if (ms.empty() || ms.size() > 5 || ms.find_first_not_of("0123456789") != std::string::npos)
+            return false;
+        const int value = std::stoi(ms);
+        out = value / 10;
+        return value > 0 && value % 10 == 0;
+    };
+    const std::size_t dash = text.find('-');
+    if (dash == std::string::npos) {
+        chunking.mostFrames = 0;
+        return frames(text, chunking.frames);
+    }
+    chunking.frames = 0;
+    return text.substr(0, dash) == "10" && frames(text.substr(dash + 1), chunking.mostFrames) &&
+           chunking.mostFrames > 1;
 }
 
 }  // namespace ClipCheck

@@ -63,7 +63,11 @@ struct Chunking {
     int mostFrames = 0;
     std::string name() const;
 };
-Chunking chunkingOfRun(int run);
+// The ways of cutting that runs take in turn, run N the (N mod count)th.
+const std::vector<Chunking>& defaultChunkings();
+// "40" (ms, a multiple of 10) or "10-600" (a random size up to 600 ms for
+// every chunk).
+bool parseChunking(const std::string& text, Chunking& chunking);
 
 }  // namespace ClipCheck
 

@@ -86,13 +86,12 @@ bool modeNeedsCloseWindow(Mode mode)
 bool modeNeedsStartSpelling(Mode mode) { return mode == Mode::SpokenSpelling; }
 
 RunResult runClip(const std::string& modelPath, const ClipAudio& clip, const Preludes& preludes, Mode mode,
-                  bool earlyEnd, std::uint64_t seed, int run)
+                  bool earlyEnd, std::uint64_t seed, const Chunking& chunking)
 {
     RunResult result;
     Random plan(seed);
     const std::uint64_t noiseSeed = plan.next();
     const std::uint64_t chunkSeed = plan.next();
-    const Chunking chunking = chunkingOfRun(run);
 
     CheckManager manager;
     if (!manager.setUp(modelPath, mode, earlyEnd)) {

@@ -48,7 +48,7 @@ struct RunResult {
 };
 
 RunResult runClip(const std::string& modelPath, const ClipAudio& clip, const Preludes& preludes, Mode mode,
-                  bool earlyEnd, std::uint64_t seed, int run);
+                  bool earlyEnd, std::uint64_t seed, const Chunking& chunking);
 
 }  // namespace ClipCheck
 

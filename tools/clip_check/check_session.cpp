@@ -12,7 +12,21 @@ namespace {
 // sox "synth whitenoise vol 0.003" measures 0.00098 RMS of full scale.
 const double kNoiseRms = 0.00098 * 32767.0;
 
-std::string quoted(const std::string& text) { return "\"" + text + "\""; }
+// Quoted, with line breaks and tabs written as \n and \t so that every
+// outcome stays on one line.
+std::string quoted(const std::string& text)
+{
+    std::string out = "\"";
+    for (const char c : text) {
+        if (c == '\n')
+            out += "\\n";
+        else if (c == '\t')
+            out += "\\t";
+        else
+            out += c;
+    }
+    return out + "\"";
+}
 
 }  // namespace
 

@@ -280,8 +280,9 @@ int main(int argc, char** argv)
             Check& check = checks[task / runsPerCheck];
             const int run = static_cast<int>(task % runsPerCheck);
             RunResult& result = check.runs[static_cast<std::size_t>(run)];
+            const Chunking& chunking = options.chunkings[static_cast<std::size_t>(run) % options.chunkings.size()];
             result = runClip(model, *check.clip, preludes, check.mode, check.earlyEnd,
-                             runSeed(options.seed, check.clip->name, run), run);
+                             runSeed(options.seed, check.clip->name, run), chunking);
             if (!result.error.empty())
                 broken = true;
             if (--left[task / runsPerCheck] == 0) {
