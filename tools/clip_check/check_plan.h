@@ -36,9 +36,10 @@ const char* modeSummary(Mode mode);
 // (commands, keys, dictation and formatting, numbers, letters).
 std::vector<Mode> defaultModes(const std::string& clipName);
 
-// A generator whose sequence depends only on its seed (std::mt19937_64 is
-// fully specified; the conversions below are our own, not the library's
-// distributions, which differ between standard libraries).
+// A generator whose sequence depends only on its seed: xoshiro256**,
+// seeded through splitmix64, with conversions of our own rather than the
+// standard library's distributions, whose output differs between standard
+// libraries.
 class Random {
 public:
     explicit Random(std::uint64_t seed);
