@@ -4,32 +4,52 @@
 # speech outside the command grammar. 16 kHz mono 16-bit WAV, espeak-ng
 # voices with white or pink noise mixed in at 25 dB SNR like the shared clips.
 # The clips are committed; this script only documents how they were made
-# (espeak-ng and sox: Debian packages). Re-running it gives the same files.
+# (espeak-ng and sox: Debian packages, installed by scripts/setup.sh).
+#
+#   scripts/make_clips.sh            makes every clip
+#   scripts/make_clips.sh NAME...    makes only the named ones (no ".wav")
+#
+# sox runs with -R, which seeds its dither, so a clip made now comes out
+# the same every time. The eight clips below were made before that: a re-run
+# makes them with the same words and levels but other lowest bits, so name
+# the clips you mean to make.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 OUT=tests/clips
 mkdir -p "$OUT"
 TMP=$(mktemp -d)
 trap 'rm -rf "$TMP"' EXIT
+ONLY=("$@")
+
+# True when NAME is to be made this time.
+wanted() {
+  [ ${#ONLY[@]} -eq 0 ] && return 0
+  local name
+  for name in "${ONLY[@]}"; do
+    [ "$name" = "$1" ] && return 0
+  done
+  return 1
+}
 
 # speak NAME VOICE SPEED PITCH NOISE TEXT: TEXT may hold [[_:]] style pauses
 # written as "|PAUSE_MS|" between phrases.
 speak() {
   local name=$1 voice=$2 speed=$3 pitch=$4 noise=$5 text=$6
+  wanted "$name" || return 0
   local parts=() i=0
   IFS='|' read -r -a parts <<<"$text"
   local pieces=()
   for part in "${parts[@]}"; do
     if [[ $part =~ ^[0-9]+$ ]]; then
-      sox -n -r 16000 -c 1 -b 16 "$TMP/p$i.wav" trim 0 "0.$(printf '%03d' "$part")"
+      sox -R -n -r 16000 -c 1 -b 16 "$TMP/p$i.wav" trim 0 "0.$(printf '%03d' "$part")"
     else
       espeak-ng -v "$voice" -s "$speed" -p "$pitch" -w "$TMP/r$i.wav" "$part"
-      sox "$TMP/r$i.wav" -r 16000 -c 1 -b 16 "$TMP/p$i.wav" silence 1 0.01 0.5% reverse silence 1 0.01 0.5% reverse
+      sox -R "$TMP/r$i.wav" -r 16000 -c 1 -b 16 "$TMP/p$i.wav" silence 1 0.01 0.5% reverse silence 1 0.01 0.5% reverse
     fi
     pieces+=("$TMP/p$i.wav")
     i=$((i + 1))
   done
-  sox "${pieces[@]}" "$TMP/speech.wav" pad 0.1 0.1
+  sox -R "${pieces[@]}" "$TMP/speech.wav" pad 0.1 0.1
   local rms noise_rms length
   rms=$(sox "$TMP/speech.wav" -n stat 2>&1 | awk '/RMS +amplitude/ {print $3}')
   length=$(soxi -D "$TMP/speech.wav")
@@ -39,7 +59,7 @@ speak() {
     remix - 2>/dev/null || true
   local noise_now
   noise_now=$(sox "$TMP/noise.wav" -n stat 2>&1 | awk '/RMS +amplitude/ {print $3}')
-  sox -m "$TMP/speech.wav" -v "$(awk -v a="$noise_rms" -v b="$noise_now" 'BEGIN { printf "%.6f", a / b }')" \
+  sox -R -m "$TMP/speech.wav" -v "$(awk -v a="$noise_rms" -v b="$noise_now" 'BEGIN { printf "%.6f", a / b }')" \
     "$TMP/noise.wav" -r 16000 -c 1 -b 16 "$OUT/$name.wav"
 }
 

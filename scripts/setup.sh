@@ -16,6 +16,7 @@ PACKAGES=(
   qt6-base-dev qtbase5-dev
   libsndfile1-dev
   pulseaudio pulseaudio-utils sox
+  espeak-ng
   xvfb xauth fonts-dejavu-core
   clang libclang-rt-14-dev valgrind
 )
