@@ -55,10 +55,20 @@ protected:
         iface.reset();
     }
 
+    // The microphone belongs to the worker while it listens: the tests look
+    // at it through the lifecycle and the double's books, not the device.
     void listen()
     {
         iface->start();
-        ASSERT_TRUE(waitFor([&] { return iface->isListening() && iface->audioDevice()->isCapturing(); }));
+        ASSERT_TRUE(waitFor([&] { return iface->isListening() && capturing(); }));
+    }
+
+    static bool capturing()
+    {
+        for (const FakeOpenAl::CaptureDevice& device : FakeOpenAl::captureDevices())
+            if (device.open && device.started)
+                return true;
+        return false;
     }
 
     static void unlist(const std::string& name)
@@ -105,14 +115,14 @@ TEST_F(CaptureRunFake, ALostMicrophoneIsClosedSignalledAndOpenedAgainWhenItIsBac
     unplug();
     EXPECT_FALSE(watch->events()[0].connected);
     EXPECT_EQ(watch->events()[0].device, kMicrophone);
-    ASSERT_TRUE(waitFor([&] { return !iface->audioDevice()->isCapturing(); }));
+    ASSERT_TRUE(waitFor([&] { return !capturing(); }));
     // Not listed: not opened, however often the loop looks.
     pumpEvents(1500);
     EXPECT_EQ(watch->events().size(), 1u);
     relist(kMicrophone);
     ASSERT_TRUE(waitFor([&] { return reconnected(); }, 3000));
     EXPECT_EQ(watch->events()[1].device, kMicrophone);
-    EXPECT_TRUE(iface->audioDevice()->isCapturing());
+    EXPECT_TRUE(capturing());
     EXPECT_EQ(GetCapturedStderr(),
               "Microphone \"Fake Microphone\" is not available; listening goes on and tries it again about once a "
               "second\n"
@@ -166,7 +176,7 @@ TEST_F(CaptureRunFake, PollingWhileTheMicrophoneIsGoneStillRetriesIt)
     EXPECT_LT(spent, 0.3);
     relist(kMicrophone);
     ASSERT_TRUE(waitFor([&] { return reconnected(); }, 3000));
-    EXPECT_TRUE(iface->audioDevice()->isCapturing());
+    EXPECT_TRUE(capturing());
 }
 
 TEST_F(CaptureRunFake, StopFromTheWorkerThreadEndsTheLoopWithoutTermination)
@@ -182,7 +192,7 @@ TEST_F(CaptureRunFake, StopFromTheWorkerThreadEndsTheLoopWithoutTermination)
     EXPECT_EQ(lifecycle->events(), (std::vector<std::string>{"started", "stopped:Stopped"}));
     EXPECT_LT(clock.elapsed(), 1500);
     EXPECT_FALSE(iface->isListening());
-    EXPECT_FALSE(iface->audioDevice()->isCapturing());
+    EXPECT_FALSE(capturing());
     // And it starts again as after any stop.
     listen();
 }
