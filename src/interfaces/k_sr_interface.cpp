@@ -63,6 +63,12 @@ bool K_SRInterface::isListening() const { return m_listening; }
 
 void K_SRInterface::start()
 {
+    // A loop asked to end from inside the worker may still be on its way
+    // out: starting a running thread would do nothing.
+    if (m_stopRequested && thread && thread->isRunning() && QThread::currentThread() != thread.data()) {
+        thread->wait(kStopWaitMs);
+        joinWorkerEnd();
+    }
     m_stopRequested = false;
     // The host widget that owned the thread is gone: listen on a thread of
     // our own.

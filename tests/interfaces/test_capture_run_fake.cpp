@@ -182,8 +182,8 @@ TEST_F(CaptureRunFake, PollingWhileTheMicrophoneIsGoneStillRetriesIt)
 TEST_F(CaptureRunFake, StopFromTheWorkerThreadEndsTheLoopWithoutTermination)
 {
     // A host slot connected directly to a worker signal calls stop().
-    QObject::connect(iface.get(), &K_SRInterface::listeningStarted, iface.get(), [this] { iface->stop(); },
-                     Qt::DirectConnection);
+    const QMetaObject::Connection stopAtStart = QObject::connect(
+        iface.get(), &K_SRInterface::listeningStarted, iface.get(), [this] { iface->stop(); }, Qt::DirectConnection);
     QElapsedTimer clock;
     clock.start();
     iface->start();
@@ -194,5 +194,6 @@ TEST_F(CaptureRunFake, StopFromTheWorkerThreadEndsTheLoopWithoutTermination)
     EXPECT_FALSE(iface->isListening());
     EXPECT_FALSE(capturing());
     // And it starts again as after any stop.
+    QObject::disconnect(stopAtStart);
     listen();
 }
