@@ -102,9 +102,12 @@ fi
 if [ "${KSR_TEST_QUICK:-0}" != "1" ]; then
   say "the ten slowest tests:"
   # ctest's lines: "  12/952 Test  #34: Name ......   Passed   12.34 sec".
-  cat build-*/ctest*.log 2>/dev/null |
-    sed -nE 's/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: ([^ ]+) \.+ +Passed +([0-9.]+) sec$/\2 \1/p' |
-    sort -rn | head -10 | awk '{ printf "  %8.2f s  %s\n", $1, $2 }'
+  # awk keeps reading to the end, so no stage of this pipe dies of a closed pipe under pipefail.
+  for log in build-*/ctest*.log; do
+    [ -e "$log" ] || continue
+    sed -nE 's/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: ([^ ]+) \.+ +Passed +([0-9.]+) sec$/\2 \1/p' "$log" |
+      sed "s|\$| (${log%%/*})|"
+  done | sort -rn | awk 'NR <= 10 { printf "  %8.2f s  %s %s\n", $1, $2, $3 }'
 fi
 say "all tests passed in $(( $(date +%s) - started )) s"
 # The ctest runs above (the extra suites print their own results).
