@@ -4,8 +4,9 @@
 #      (every test, the tools and benchmarks compiled too),
 #   2. a ThreadSanitizer build in build-tsan (the test programs labelled
 #      "threads", and only those are compiled),
-#   3. the extra suites in scripts/test.d/ (each a script run in name order:
-#      fuzzing, Qt 5, valgrind, the Windows build under Wine).
+#   3. the extra suites in scripts/test.d/: fuzzing and valgrind side by
+#      side (each keeps one core busy), then the others in name order
+#      (Qt 5, the Windows build under Wine).
 # The sanitized build is the main one: every test runs instrumented, and CI
 # stays within its time budget by not compiling everything twice.
 # KSR_TEST_PLAIN=1 also runs every test in a plain build (build/).
@@ -92,8 +93,23 @@ if [ "${KSR_TEST_QUICK:-0}" != "1" ]; then
     -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF "${SAN_FLAGS[@]}"
   run_ctest build-tsan -L threads
 
+  # The suites that keep one core busy (the fuzzer, valgrind) run side by
+  # side; their outputs are printed in name order once both have ended.
+  one_core=(scripts/test.d/20-fuzz-numerals.sh scripts/test.d/30-audio-valgrind.sh)
+  pids=() status=0
+  for extra in "${one_core[@]}"; do
+    say "running $extra (beside the other one-core suite)"
+    bash "$extra" >"build-asan/$(basename "$extra").out" 2>&1 &
+    pids+=($!)
+  done
+  for i in "${!one_core[@]}"; do
+    wait "${pids[$i]}" || { status=1; say "${one_core[$i]} failed"; }
+    cat "build-asan/$(basename "${one_core[$i]}").out"
+  done
+  [ "$status" -eq 0 ] || exit 1
   for extra in scripts/test.d/*.sh; do
     [ -e "$extra" ] || continue
+    case " ${one_core[*]} " in *" $extra "*) continue ;; esac
     say "running $extra"
     bash "$extra"
   done
