@@ -18,7 +18,7 @@ PACKAGES=(
   pulseaudio pulseaudio-utils sox
   espeak-ng
   xvfb xauth fonts-dejavu-core
-  clang libclang-rt-14-dev valgrind
+  clang libclang-rt-14-dev lld valgrind
 )
 # npm fetches libvosk; machines that already have Node.js keep theirs.
 command -v npm >/dev/null 2>&1 || PACKAGES+=(npm)

@@ -17,7 +17,7 @@ mkdir -p "$BUILD"
 # Unoptimized and without debug information: built for one run of its
 # tests, it compiles in half the time of an optimized build with debug
 # information, and recognition itself runs in the prebuilt libvosk.
-cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=ON \
+cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=ON -DKSR_LINKER=lld \
   -DCMAKE_BUILD_TYPE=Release "-DCMAKE_CXX_FLAGS_RELEASE=-O0 -DNDEBUG" "-DCMAKE_C_FLAGS_RELEASE=-O0 -DNDEBUG" \
   >"$BUILD/configure.log" 2>&1 || { cat "$BUILD/configure.log"; exit 1; }
 grep -q "Qt5Core" "$BUILD/CMakeCache.txt" || { say "Qt 5 was not picked up"; exit 1; }
@@ -41,6 +41,11 @@ quiet_build "$BUILD" -j "$JOBS" --target $targets || exit 1
 # the host thread. The other real-time tests exercise no Qt code that these
 # do not; they run in the main build.
 say "running the Qt tests"
-ctest --test-dir "$BUILD" --output-on-failure -j "$JOBS" --no-tests=error -L '^qt$' -LE realtime | tee "$BUILD/ctest.log"
+# The end-to-end tests on the OpenAL double run polling and with one
+# listening setting each (.fast, .quiet): unsanitized, decoding costs less
+# than half of what it costs in the sanitized build, which runs them polling
+# and with every setting on (.all).
+ctest --test-dir "$BUILD" --output-on-failure -j "$JOBS" --no-tests=error -L '^qt$' -LE realtime \
+  -E '^MicEndToEnd\..*\.all$' | tee "$BUILD/ctest.log"
 ctest --test-dir "$BUILD" --output-on-failure --no-tests=error -R '^MicEndToEnd\.CommandsArriveOnTheHostThreadWithTheirIds\.realtime$' \
   | tee "$BUILD/ctest-realtime.log"

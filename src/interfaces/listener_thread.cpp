@@ -15,9 +15,14 @@ ListenerThread::ListenerThread(QObject* parent, StopFunction stopLoop)
     setObjectName(QLatin1String(kThreadName));
 }
 
+// Called even when the worker has already ended on its own (a loop that
+// found no model): stopping then waits for nothing, but it takes the lock
+// the worker released last, which orders everything the worker did (it
+// read this thread's connections as it emitted started()) before the
+// destruction of those connections.
 ListenerThread::~ListenerThread()
 {
-    if (isRunning() && m_stopLoop)
+    if (m_stopLoop)
         m_stopLoop();
 }
 

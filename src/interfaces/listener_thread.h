@@ -11,7 +11,8 @@
 //
 // A host widget that owns the thread (as its Qt parent) may be deleted while
 // the interface listens. Qt aborts the process when a running thread is
-// destroyed, so the destructor first asks the interface to stop the loop.
+// destroyed, so the destructor first asks the interface to stop the loop
+// (and, when the loop has ended already, to join the end of the worker).
 class ListenerThread : public QThread {
 public:
     using StopFunction = std::function<void()>;

@@ -6,7 +6,9 @@
 // events, as a host application would. The microphone is the virtual one
 // (scripts/virtual_mic.sh), played at real-time pace, or, built with
 // KSR_TEST_CLIP_MICROPHONE, the OpenAL test double (clip_microphone.h),
-// which hands the clips over as fast as the interface reads them.
+// which hands the clips over as fast as the interface reads them. On the
+// double, one program runs its tests with each of the host's listening
+// settings, chosen by its "--listening=" argument (see ListeningSettings).
 
 #include <gtest/gtest.h>
 
@@ -14,6 +16,7 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 #include <thread>
 
 #include "interface_test_support.h"
@@ -26,6 +29,38 @@
 
 #ifdef KSR_TEST_CLIP_MICROPHONE
 #include "clip_microphone.h"
+#include "test_arguments.h"
+#endif
+
+// The host's listening settings a session runs with: "polling" (none, the
+// default and the only one on the virtual microphone), "fast" (paced, with
+// the early end of commands and chaining), "quiet" (paced, skipping
+// silence) or "all" (the three together).
+struct ListeningSettings {
+    int paceMs = 0;
+    int fastCommandsMs = 0;
+    bool silenceSkipping = false;
+    bool known = true;
+};
+
+inline ListeningSettings listeningSettings()
+{
+    ListeningSettings settings;
+#ifdef KSR_TEST_CLIP_MICROPHONE
+    const std::string name = TestArguments::value("listening", "polling");
+    if (name == "polling")
+        return settings;
+    settings.paceMs = 10;
+    if (name == "fast" || name == "all")
+        settings.fastCommandsMs = 250;
+    if (name == "quiet" || name == "all")
+        settings.silenceSkipping = true;
+    settings.known = name == "fast" || name == "quiet" || name == "all";
+#endif
+    return settings;
+}
+
+#ifdef KSR_TEST_CLIP_MICROPHONE
 
 inline ClipMicrophone::Player& clipPlayer()
 {
@@ -56,13 +91,11 @@ template <typename Done>
 bool hearClip(const std::string& clip, Done done, int afterMs = 6000, int quietMs = 1800)
 {
     (void)afterMs;
-#ifdef KSR_TEST_SILENCE_SKIPPING
-    // A quiet long enough for the recognizers to have stopped hearing: the
-    // clip must bring them back without losing its first word.
-    return hearClipAfterQuiet(SilenceGate::kQuietToCloseMs + 500, clip, done, quietMs);
-#else
-    return hearClipAfterQuiet(0, clip, done, quietMs);
-#endif
+    // Skipping silence, a quiet long enough for the recognizers to have
+    // stopped hearing comes first: the clip must bring them back without
+    // losing its first word.
+    const int quietBefore = listeningSettings().silenceSkipping ? SilenceGate::kQuietToCloseMs + 500 : 0;
+    return hearClipAfterQuiet(quietBefore, clip, done, quietMs);
 }
 #else
 // Plays a clip into the microphone while the host thread runs its events,
@@ -73,11 +106,6 @@ bool hearClip(const std::string& clip, Done done, int afterMs = 6000, int quietM
 template <typename Done>
 bool hearClip(const std::string& clip, Done done, int afterMs = 6000, int quietMs = 1800)
 {
-#ifdef KSR_TEST_SILENCE_SKIPPING
-    // A quiet long enough for the recognizers to have stopped hearing: the
-    // clip must bring them back without losing its first word.
-    pumpEvents(SilenceGate::kQuietToCloseMs + 500);
-#endif
     std::atomic<bool> played{false};
     bool ok = false;
     std::thread player([&] {
@@ -114,17 +142,17 @@ protected:
         setModelVariable(QString::fromStdString(TestData::modelPath()));
         iface.reset(new CountingInterface(&host));
         ASSERT_TRUE(iface->isInitialized());
-        // The same tests, built again with the host's listening settings on.
-#ifdef KSR_TEST_LISTENING_PACE
-        iface->setListeningPace(KSR_TEST_LISTENING_PACE);
-#endif
-#ifdef KSR_TEST_SILENCE_SKIPPING
-        iface->setSilenceSkipping(true);
-#endif
-#ifdef KSR_TEST_FAST_COMMANDS
-        ASSERT_TRUE(iface->setFastCommands(KSR_TEST_FAST_COMMANDS));
-        ASSERT_TRUE(iface->setCommandChaining(true));
-#endif
+        // The same tests again with the host's listening settings on.
+        const ListeningSettings settings = listeningSettings();
+        ASSERT_TRUE(settings.known) << "unknown --listening= setting";
+        if (settings.paceMs > 0)
+            iface->setListeningPace(settings.paceMs);
+        if (settings.silenceSkipping)
+            iface->setSilenceSkipping(true);
+        if (settings.fastCommandsMs > 0) {
+            ASSERT_TRUE(iface->setFastCommands(settings.fastCommandsMs));
+            ASSERT_TRUE(iface->setCommandChaining(true));
+        }
         recorder.reset(new SignalRecorder(*iface));
     }
     void TearDown() override
