@@ -77,10 +77,10 @@ run_ctest() { # dir, ctest options...
 # than full debug information and still give file:line in reports. Every
 # build links with lld: a build links about a hundred test programs.
 SAN_FLAGS=(-DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g1 -DNDEBUG"
-           "-DCMAKE_C_FLAGS_RELWITHDEBINFO=-O1 -g1 -DNDEBUG" -DKSR_LINKER=lld)
+           "-DCMAKE_C_FLAGS_RELWITHDEBINFO=-O1 -g1 -DNDEBUG" -DKSR_LINKER=lld -DKSR_UNITY_PROGRAMS=ON)
 
 if [ "${KSR_TEST_QUICK:-0}" = "1" ]; then
-  configure_and_build build-quick -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF -DKSR_LINKER=lld \
+  configure_and_build build-quick -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF -DKSR_LINKER=lld -DKSR_UNITY_PROGRAMS=ON \
     -DCMAKE_BUILD_TYPE=Release "-DCMAKE_CXX_FLAGS_RELEASE=-O0 -DNDEBUG" "-DCMAKE_C_FLAGS_RELEASE=-O0 -DNDEBUG"
   run_ctest build-quick -LE realtime
   mv build-quick/ctest.log build-quick/ctest-unit.log

@@ -19,7 +19,7 @@ if [ ! -x "$BUILD/tests/audio/test_audio_capture" ]; then
   BUILD=$ROOT/build-valgrind
   say "building ${PROGRAMS[*]} in $BUILD"
   mkdir -p "$BUILD"
-  cmake -S "$ROOT" -B "$BUILD" -G Ninja -DKSR_WITH_QT=OFF -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF -DKSR_LINKER=lld \
+  cmake -S "$ROOT" -B "$BUILD" -G Ninja -DKSR_WITH_QT=OFF -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=OFF -DKSR_LINKER=lld -DKSR_UNITY_PROGRAMS=ON \
     >"$BUILD/configure.log" 2>&1 || { cat "$BUILD/configure.log"; exit 1; }
   quiet_build "$BUILD" -j "$(nproc)" --target "${PROGRAMS[@]}" || exit 1
 fi

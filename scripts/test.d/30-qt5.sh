@@ -17,7 +17,7 @@ mkdir -p "$BUILD"
 # Unoptimized and without debug information: built for one run of its
 # tests, it compiles in half the time of an optimized build with debug
 # information, and recognition itself runs in the prebuilt libvosk.
-cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=ON -DKSR_LINKER=lld \
+cmake -S . -B "$BUILD" -G Ninja -DKSR_QT_MAJOR=5 -DKSR_BUILD_BENCH=OFF -DKSR_BUILD_TOOLS=ON -DKSR_LINKER=lld -DKSR_UNITY_PROGRAMS=ON \
   -DCMAKE_BUILD_TYPE=Release "-DCMAKE_CXX_FLAGS_RELEASE=-O0 -DNDEBUG" "-DCMAKE_C_FLAGS_RELEASE=-O0 -DNDEBUG" \
   >"$BUILD/configure.log" 2>&1 || { cat "$BUILD/configure.log"; exit 1; }
 grep -q "Qt5Core" "$BUILD/CMakeCache.txt" || { say "Qt 5 was not picked up"; exit 1; }
