@@ -27,7 +27,7 @@ grep -q "Qt5Core" "$BUILD/CMakeCache.txt" || { say "Qt 5 was not picked up"; exi
 # that do not play audio in real time. Programs whose tests run here only
 # in part, or not at all, are not built: their tests are left out.
 programs='test_sr_interface\|test_vosk_interface\|test_vosk_interface_model\|test_vosk_interface_threads'
-programs+='\|test_vosk_interface_mic\|test_vosk_interface_mic_realtime\|test_qt_surface\|test_hypothesis_filter'
+programs+='\|test_vosk_interface_mic\|test_vosk_interface_mic_realtime\|test_host_usage\|test_qt_surface\|test_hypothesis_filter'
 programs+='\|test_silence_gate\|test_listening_lifecycle\|test_teardown\|teardown_host\|test_capture_run_fake'
 programs+='\|test_k_sapi_[a-z_]*\|test_desktop_window\|test_desktop_program'
 targets="kalo-sr ksr-desktop $(cmake --build "$BUILD" --target help | sed -n "s/^\($programs\):.*/\1/p")"
@@ -35,8 +35,8 @@ say "building $(echo $targets | wc -w) targets"
 quiet_build "$BUILD" -j "$JOBS" --target $targets || exit 1
 
 # The Qt layer under Qt 5: every Qt test that runs faster than real time
-# (the end-to-end tests on the OpenAL test double with every clip, the
-# interface, lifecycle, teardown, SAPI interface and desktop tests), and one
+# (the end-to-end tests on the OpenAL test double with every clip, the host
+# usage tests, the interface, lifecycle, teardown, SAPI interface and desktop tests), and one
 # real-time end-to-end test proving that commands from the microphone reach
 # the host thread. The other real-time tests exercise no Qt code that these
 # do not; they run in the main build.
