@@ -43,8 +43,8 @@ quiet_build "$BUILD" -j "$JOBS" --target $targets || exit 1
 say "running the Qt tests"
 # The end-to-end tests on the OpenAL double run polling and with one
 # listening setting each (.fast, .quiet): unsanitized, decoding costs less
-# than half of what it costs in the sanitized build, which runs them polling
-# and with every setting on (.all).
+# than half of what it costs in the sanitized build, which runs them with
+# every setting on (.all).
 ctest --test-dir "$BUILD" --output-on-failure -j "$JOBS" --no-tests=error -L '^qt$' -LE realtime \
   -E '^MicEndToEnd\..*\.all$' | tee "$BUILD/ctest.log"
 ctest --test-dir "$BUILD" --output-on-failure --no-tests=error -R '^MicEndToEnd\.CommandsArriveOnTheHostThreadWithTheirIds\.realtime$' \
