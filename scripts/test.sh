@@ -17,7 +17,10 @@
 # where decoding costs less than half as much.
 # The real-time tests run alone (RUN_SERIAL): work beside them, even at idle
 # priority, slows a sanitized real-time test until it falls behind the
-# microphone and hears a clip seconds late.
+# microphone and hears a clip seconds late. Two at a time, each on an audio
+# server of its own, was tried and lost clips: a lost-microphone test beside
+# a demo test missed its command in a fresh run, and in half of the runs
+# with one more busy process.
 # KSR_TEST_PLAIN=1 also runs every test in a plain build (build/).
 # --quick (or KSR_TEST_QUICK=1), for the change-and-test loop: one build of
 # the module and its tests in build-quick (no sanitizer, unoptimized, no
