@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "audio_file.h"
 #include "vosk_engine.h"
 
 namespace {
@@ -37,11 +38,15 @@ void DemoRecognizer::flush()
         voskEngine->processFinalAudio();
 }
 
-void DemoRecognizer::hearFile(const std::vector<std::int16_t>& samples)
+bool DemoRecognizer::hearFile(AudioFileReader& file, std::string& error)
 {
     noise(kLeadIn);
     flush();
-    feed(samples);
+    std::vector<std::int16_t> block;
+    bool read = false;
+    while ((read = file.read(block, error)) && !block.empty())
+        feed(block);
     noise(kTrail);
     flush();
+    return read;
 }

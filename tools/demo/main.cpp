@@ -48,22 +48,29 @@ int listMicrophones()
 
 int hearFiles(DemoRecognizer& recognizer, EventPrinter& printer, const std::vector<std::string>& files)
 {
-    // Every file is read before any is heard, so that a bad one stops the
-    // run before it prints anything.
-    std::vector<std::vector<std::int16_t>> audio(files.size());
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        std::string error;
-        if (!loadAudioFile(files[i], kModelRate, audio[i], error))
-            return fail(HostExit::AudioFile, "cannot read audio file " + files[i] + ": " + error);
+    // Every file is opened and its first block read before any is heard, so
+    // that a bad one stops the run before it prints anything. Each is then
+    // heard as it is read: memory stays that of one block, however long the
+    // recording.
+    std::string error;
+    for (const std::string& path : files) {
+        AudioFileReader check(kModelRate);
+        if (!check.open(path, error))
+            return fail(HostExit::AudioFile, "cannot read audio file " + path + ": " + error);
     }
     recognizer.startRecognizing();
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        printer.file(files[i]);
-        recognizer.hearFile(audio[i]);
+    int status = HostExit::Ok;
+    for (const std::string& path : files) {
+        printer.file(path);
+        AudioFileReader file(kModelRate);
+        if (!file.open(path, error) || !recognizer.hearFile(file, error)) {
+            status = fail(HostExit::AudioFile, "cannot read audio file " + path + ": " + error);
+            break;
+        }
     }
     recognizer.stopRecognizing();
     printer.document();
-    return HostExit::Ok;
+    return status;
 }
 
 // Opens and closes the device once, so that a microphone that cannot
