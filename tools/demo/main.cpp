@@ -53,10 +53,13 @@ int hearFiles(DemoRecognizer& recognizer, EventPrinter& printer, const std::vect
     // heard as it is read: memory stays that of one block, however long the
     // recording.
     std::string error;
+    auto unreadable = [&error](const std::string& path) {
+        return fail(HostExit::AudioFile, "cannot read audio file " + path + ": " + error);
+    };
     for (const std::string& path : files) {
         AudioFileReader check(kModelRate);
         if (!check.open(path, error))
-            return fail(HostExit::AudioFile, "cannot read audio file " + path + ": " + error);
+            return unreadable(path);
     }
     recognizer.startRecognizing();
     int status = HostExit::Ok;
@@ -64,7 +67,7 @@ int hearFiles(DemoRecognizer& recognizer, EventPrinter& printer, const std::vect
         printer.file(path);
         AudioFileReader file(kModelRate);
         if (!file.open(path, error) || !recognizer.hearFile(file, error)) {
-            status = fail(HostExit::AudioFile, "cannot read audio file " + path + ": " + error);
+            status = unreadable(path);
             break;
         }
     }
