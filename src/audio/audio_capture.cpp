@@ -3,8 +3,10 @@
 #include <AL/al.h>
 #include <AL/alext.h>
 
+#include <cstring>
 #include <mutex>
 #include <new>
+#include <string>
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -47,6 +49,19 @@ std::uint64_t channelLayout(int format)
 // The capture buffer receives frames in the capture format and is counted
 // in frames of the output format; it is sized by the wider of the two so
 // that a stereo capture handed out as mono still fits.
+// Whether the capture list, made afresh, names `device`. The caller holds
+// the enumeration lock.
+bool captureListHas(const std::string& device)
+{
+    if (alcIsExtensionPresent(nullptr, "ALC_ENUMERATION_EXT") != ALC_TRUE)
+        return false;
+    const ALCchar* list = alcGetString(nullptr, ALC_CAPTURE_DEVICE_SPECIFIER);
+    for (const ALCchar* name = list; name && *name != '\0'; name += std::strlen(name) + 1)
+        if (device == name)
+            return true;
+    return false;
+}
+
 int captureBufferFrameBytes(int captureFormat, int outputFormat)
 {
     const int capture = AudioFormats::frameBytes(captureFormat);
@@ -81,12 +96,22 @@ bool AudioDevice::openCapture(bool logOpenFailure)
     // The device's own ring buffer holds half a second. OpenAL's back end
     // looks a device name up in the capture list that enumeration rebuilds,
     // so the open takes the enumeration lock too
-    // (AudioModuleState::enumerationMutex).
+    // (AudioModuleState::enumerationMutex). A list made while the chosen
+    // device was out (a host's microphone menu, a retry of a lost
+    // microphone) does not have it: when it is listed once the list is made
+    // again, it is back, and the open is tried once more instead of taking it
+    // for lost.
     {
         std::lock_guard<std::mutex> lock(AudioModuleState::enumerationMutex());
-        mp_captureDevice =
-            alcCaptureOpenDevice(m_captureDeviceName.empty() ? nullptr : m_captureDeviceName.c_str(),
-                                 static_cast<ALCuint>(captureHertz), m_captureFormat, captureHertz / 2);
+        const auto open = [&] {
+            return alcCaptureOpenDevice(m_captureDeviceName.empty() ? nullptr : m_captureDeviceName.c_str(),
+                                        static_cast<ALCuint>(captureHertz), m_captureFormat, captureHertz / 2);
+        };
+        mp_captureDevice = open();
+        if (!mp_captureDevice && !m_captureDeviceName.empty() && captureListHas(m_captureDeviceName)) {
+            alcGetError(nullptr);  // the first open's failure is not this one's
+            mp_captureDevice = open();
+        }
     }
     const ALCenum openError = alcGetError(mp_captureDevice);
     if (!mp_captureDevice || openError != ALC_NO_ERROR) {
