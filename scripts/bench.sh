@@ -1,6 +1,10 @@
 #!/usr/bin/env bash
 # Builds the project in release mode and runs every benchmark (bench/), each
 # printing its figures against a baseline measured in the same run.
+# ksr-bench-soak, a working day of eight hours of audio and three minutes
+# on a virtual microphone, takes about an hour and a quarter of one core;
+# `scripts/bench.sh soak` runs it alone, and a filter that does not match it
+# leaves it out.
 # Usage: scripts/bench.sh [NAME-FILTER]
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -70,6 +70,10 @@ public:
     {
         return std::system((script() + " play " + shellQuote(clip) + " >/dev/null 2>&1").c_str()) == 0;
     }
+    // Removes the microphone's source, as when a USB microphone is pulled
+    // out (the server stays), and adds it again as the default source.
+    bool unplug() const { return std::system((script() + " unplug >/dev/null 2>&1").c_str()) == 0; }
+    bool plug() const { return std::system((script() + " plug >/dev/null 2>&1").c_str()) == 0; }
 
 private:
     static std::string script() { return shellQuote(KSR_VIRTUAL_MIC_SCRIPT); }
