@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds the project in release mode and runs every benchmark (bench/), each
 # printing its figures against a baseline measured in the same run.
-# ksr-bench-soak, a working day of eight hours of audio and three minutes
-# on a virtual microphone, takes about an hour and a quarter of one core;
+# ksr-bench-soak, a working day of eight hours of audio, three minutes on a
+# virtual microphone and an hour of recordings through ksr-demo, takes about
+# an hour and a quarter of one core;
 # `scripts/bench.sh soak` runs it alone, and a filter that does not match it
 # leaves it out.
 # Usage: scripts/bench.sh [NAME-FILTER]

@@ -19,9 +19,14 @@
 // listeningStopped, every disconnect by a reconnect or a stop, no wrong
 // result.
 //
+// Phase 3 writes the day's clips into recordings of 20 and 40 minutes
+// (--recording-minutes, the long one) and has ksr-demo --wav transcribe
+// each in a child process; goal: the long one's peak resident memory within
+// 1.05 of the short one's, as files are read block by block.
+//
 // Usage: ksr-bench-soak [--hours H | --minutes M] [--report-minutes R]
-//                       [--mic-minutes M] [--chunk-ms C] [--fast-commands MS]
-//                       [--seed N]
+//                       [--mic-minutes M] [--recording-minutes M] [--chunk-ms C]
+//                       [--fast-commands MS] [--seed N]
 // Phase 1 hands the manager 20 ms chunks (--chunk-ms) and runs with the early
 // end of commands at 250 ms (--fast-commands, 0 for the module's defaults),
 // as a desktop host that listens all day sets it.
@@ -41,11 +46,13 @@
 #include "ksr_logger.h"
 #include "soak_day.h"
 #include "soak_microphone.h"
+#include "soak_recording.h"
 
 namespace {
 
 const double kGrowthGoalMiBPerHour = 1.0;
 const double kRealTimeGoal = 1.05;
+const double kRecordingGoal = 1.05;
 const int kSkipped = 77;
 
 std::string envOr(const char* name, const std::string& fallback)
@@ -64,6 +71,7 @@ struct Arguments {
     double hours = 8.0;
     double reportMinutes = 60.0;
     double micMinutes = 3.0;
+    double recordingMinutes = 40.0;
     double chunkMs = 20.0;
     double fastCommands = 250.0;
     unsigned seed = 20261124;
@@ -84,6 +92,8 @@ bool parse(int argc, char** argv, Arguments& args)
             args.reportMinutes = value;
         else if (name == "--mic-minutes")
             args.micMinutes = value;
+        else if (name == "--recording-minutes")
+            args.recordingMinutes = value;
         else if (name == "--fast-commands")
             args.fastCommands = value;
         else if (name == "--chunk-ms")
@@ -192,6 +202,31 @@ bool judgeMicrophone(const Soak::MicrophoneReport& mic)
     return mic.ok();
 }
 
+bool judgeRecording(const Arguments& args, const std::string& model, const std::string& audio)
+{
+    const std::string demo = KSR_DEMO_PROGRAM;
+    if (demo.empty()) {
+        std::printf("phase 3 did not run: ksr-demo is not built (KSR_BUILD_TOOLS=OFF)\n");
+        return false;
+    }
+    Soak::RecordingOptions options;
+    options.minutes = args.recordingMinutes;
+    options.demoProgram = demo;
+    options.modelDir = model;
+    options.clipDirs = {audio, KSR_PROJECT_CLIPS};
+    options.clips = Soak::dayClips();
+    options.seed = args.seed;
+    const Soak::RecordingReport recording = Soak::runRecordingPhase(options);
+    if (!recording.ran) {
+        std::printf("phase 3 did not run: %s\n", recording.whyNot.c_str());
+        return false;
+    }
+    std::printf("peak resident memory: %.1f MiB for %.0f min, %.1f MiB for %.0f min: %.3f (goal: <= %.2f)\n",
+                recording.shortPeakMiB, recording.shortMinutes, recording.longPeakMiB, recording.longMinutes,
+                recording.ratio(), kRecordingGoal);
+    return recording.ratio() <= kRecordingGoal;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -199,8 +234,8 @@ int main(int argc, char** argv)
     Arguments args;
     if (!parse(argc, argv, args)) {
         std::fprintf(stderr,
-                     "usage: %s [--hours H | --minutes M] [--report-minutes R] [--mic-minutes M] [--chunk-ms C]\n"
-                     "       [--fast-commands MS] [--seed N]\n",
+                     "usage: %s [--hours H | --minutes M] [--report-minutes R] [--mic-minutes M]\n"
+                     "       [--recording-minutes M] [--chunk-ms C] [--fast-commands MS] [--seed N]\n",
                      argv[0]);
         return 2;
     }
@@ -238,6 +273,11 @@ int main(int argc, char** argv)
             return 1;
         }
         met = judgeDay(day, args.hours) && met;
+    }
+    if (args.recordingMinutes > 0.0) {
+        std::printf("phase 3: recordings of %.0f and %.0f min transcribed by ksr-demo --wav\n",
+                    args.recordingMinutes / 2.0, args.recordingMinutes);
+        met = judgeRecording(args, model, audio) && met;
     }
     if (args.micMinutes > 0.0) {
         if (!std::getenv("QT_QPA_PLATFORM"))

@@ -106,7 +106,9 @@ const Clip kNumbers[] = {{"num_two_plus_two.wav", "2 + 2 = 4"}, {"num_six_times_
 // Spelled letters: see Expected::letters for why one may bring nothing.
 const Clip kLetters[] = {{"spell_cat.wav", "c a t"}, {"spell_smith.wav", "s m i t h"}, {"spell_wxyz.wav", "w x y z"}};
 
-std::vector<std::string> clipNames()
+}  // namespace
+
+std::vector<std::string> dayClips()
 {
     std::vector<std::string> names = {"key_north.wav",      "fmt_new_line.wav",      "fmt_add_comma.wav",
                                       "fmt_start_spelling.wav", "fmt_stop_spelling.wav", "fmt_capitals_on.wav"};
@@ -122,6 +124,8 @@ std::vector<std::string> clipNames()
     add(kLetters);
     return names;
 }
+
+namespace {
 
 class Day {
 public:
@@ -428,7 +432,7 @@ DayReport runDay(const DayOptions& options, const std::function<void(const Row&)
     DayReport report;
     ClipBank clips(options.clipDirs);
     QuietNoise noise(options.seed + 2);
-    if (!clips.load(clipNames(), noise, report.whyNot))
+    if (!clips.load(dayClips(), noise, report.whyNot))
         return report;
     Desk desk;
     if (!desk.setUp(options.modelDir, options.fastCommands, report.whyNot))

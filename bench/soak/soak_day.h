@@ -58,6 +58,8 @@ struct DayReport {
     // How often each kind of utterance and host change happened.
     std::map<std::string, long> counts;
 };
+// The clips the day says, by file name.
+std::vector<std::string> dayClips();
 // The kinds that `counts` holds once each has happened.
 const std::vector<std::string>& dayKinds();
 
