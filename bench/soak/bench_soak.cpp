@@ -143,8 +143,6 @@ bool judgeDay(const Soak::DayReport& day, double hours)
         wrong += row.wrong;
         unsure += row.unsure;
     }
-    for (const std::string& mistake : day.mistakes)
-        std::printf("  mistake %s\n", mistake.c_str());
     // A day too short to hold every kind of utterance and host change
     // proves less than it seems to.
     std::string heard, missing;
@@ -272,7 +270,10 @@ int main(int argc, char** argv)
         options.fastCommands = static_cast<int>(args.fastCommands);
         options.modelDir = model;
         options.clipDirs = {audio, KSR_PROJECT_CLIPS};
-        const Soak::DayReport day = Soak::runDay(options, printRow);
+        const Soak::DayReport day = Soak::runDay(options, printRow, [](const std::string& mistake) {
+            std::printf("  mistake %s\n", mistake.c_str());
+            std::fflush(stdout);
+        });
         if (!day.ran) {
             std::printf("phase 1 did not run: %s\n", day.whyNot.c_str());
             return 1;

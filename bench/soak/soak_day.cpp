@@ -23,7 +23,6 @@ const double kPause = 1.5;  // after every clip: the decoder ends the utterance 
 // Before every clip: people speak a moment after they switched something,
 // and a recognizer built at that moment hears some room before the voice.
 const double kLead = 0.5;
-const std::size_t kMistakesKept = 20;
 
 double residentMiB()
 {
@@ -129,9 +128,11 @@ namespace {
 
 class Day {
 public:
-    Day(const DayOptions& options, Desk& desk, const ClipBank& clips)
+    Day(const DayOptions& options, Desk& desk, const ClipBank& clips,
+        std::function<void(const std::string&)> onMistake)
         : m_options(options), m_desk(desk), m_clips(clips), m_noise(QuietNoise(options.seed).make(20.0)),
-          m_chunk(static_cast<std::size_t>(options.chunkSeconds * kRate)), m_churnRandom(options.seed + 1)
+          m_chunk(static_cast<std::size_t>(options.chunkSeconds * kRate)), m_churnRandom(options.seed + 1),
+          m_onMistake(std::move(onMistake))
     {
     }
 
@@ -151,7 +152,6 @@ public:
             commandBlock();
             dictationBlock();
         }
-        report.mistakes = m_mistakes;
         report.counts = m_counts;
     }
 
@@ -258,7 +258,7 @@ private:
                 ++m_row.lost;
         }
         const bool mistake = !got.empty() || (expected.kind != Expected::Nothing && !found && !expected.letters);
-        if (mistake && m_mistakes.size() < kMistakesKept) {
+        if (mistake && m_onMistake) {
             std::ostringstream line;
             line.precision(3);
             line << "at " << audioSeconds() / 3600.0 << " h " << clip << ": expected "
@@ -266,7 +266,7 @@ private:
                      : expected.kind == Expected::Activation ? "grammar " + std::to_string(expected.activated) + " on"
                                                              : std::string("nothing"))
                  << ", got" << (got.empty() ? std::string(" nothing") : got);
-            m_mistakes.push_back(line.str());
+            m_onMistake(line.str());
         }
     }
 
@@ -413,7 +413,7 @@ private:
     Row m_row;
     double m_rowCpu = 0.0;
     std::size_t m_rowSamples = 0;
-    std::vector<std::string> m_mistakes;
+    std::function<void(const std::string&)> m_onMistake;
     std::map<std::string, long> m_counts;
 };
 
@@ -427,7 +427,8 @@ const std::vector<std::string>& dayKinds()
     return kinds;
 }
 
-DayReport runDay(const DayOptions& options, const std::function<void(const Row&)>& onRow)
+DayReport runDay(const DayOptions& options, const std::function<void(const Row&)>& onRow,
+                 const std::function<void(const std::string&)>& onMistake)
 {
     DayReport report;
     ClipBank clips(options.clipDirs);
@@ -437,7 +438,7 @@ DayReport runDay(const DayOptions& options, const std::function<void(const Row&)
     Desk desk;
     if (!desk.setUp(options.modelDir, options.fastCommands, report.whyNot))
         return report;
-    Day day(options, desk, clips);
+    Day day(options, desk, clips, onMistake);
     day.run(report, onRow);
     report.ran = true;
     return report;

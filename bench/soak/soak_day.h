@@ -54,7 +54,6 @@ struct DayReport {
     bool ran = false;
     std::string whyNot;
     std::vector<Row> rows;
-    std::vector<std::string> mistakes;  // the first ones, described
     // How often each kind of utterance and host change happened.
     std::map<std::string, long> counts;
 };
@@ -63,7 +62,10 @@ std::vector<std::string> dayClips();
 // The kinds that `counts` holds once each has happened.
 const std::vector<std::string>& dayKinds();
 
-DayReport runDay(const DayOptions& options, const std::function<void(const Row&)>& onRow);
+// `onRow` gets every row as it is made, `onMistake` every utterance that did
+// not bring what it must, described, as it is judged.
+DayReport runDay(const DayOptions& options, const std::function<void(const Row&)>& onRow,
+                 const std::function<void(const std::string&)>& onMistake);
 
 }  // namespace Soak
 
