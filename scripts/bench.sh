@@ -2,8 +2,8 @@
 # Builds the project in release mode and runs every benchmark (bench/), each
 # printing its figures against a baseline measured in the same run.
 # ksr-bench-soak, a working day of eight hours of audio, three minutes on a
-# virtual microphone and an hour of recordings through ksr-demo, takes about
-# an hour and a quarter of one core;
+# virtual microphone and an hour of recordings through ksr-demo, takes over
+# an hour of one core;
 # `scripts/bench.sh soak` runs it alone, and a filter that does not match it
 # leaves it out.
 # Usage: scripts/bench.sh [NAME-FILTER]
