@@ -1,7 +1,5 @@
 #include "soak_audio.h"
 
-#include <sndfile.h>
-
 #include <algorithm>
 #include <memory>
 
@@ -9,17 +7,11 @@ namespace Soak {
 
 namespace {
 
-const int kRate = 16000;
-
-struct SndfileCloser {
-    void operator()(SNDFILE* file) const { sf_close(file); }
-};
-
 bool readMono16k(const std::string& path, Samples& out)
 {
     SF_INFO info{};
     std::unique_ptr<SNDFILE, SndfileCloser> file(sf_open(path.c_str(), SFM_READ, &info));
-    if (!file || info.samplerate != kRate || info.channels != 1)
+    if (!file || info.samplerate != kSampleRate || info.channels != 1)
         return false;
     out.resize(static_cast<std::size_t>(info.frames));
     const sf_count_t read = sf_read_short(file.get(), out.data(), static_cast<sf_count_t>(out.size()));
@@ -45,7 +37,7 @@ bool ClipBank::load(const std::vector<std::string>& names, QuietNoise& noise, st
             problem = "no 16 kHz mono clip " + name + " in the clip folders";
             return false;
         }
-        const Samples floor = noise.make(static_cast<double>(samples.size()) / kRate + 1.0);
+        const Samples floor = noise.make(static_cast<double>(samples.size()) / kSampleRate + 1.0);
         for (std::size_t i = 0; i < samples.size(); ++i)
             samples[i] = static_cast<short>(std::max(-32768, std::min(32767, samples[i] + floor[i])));
         m_clips.emplace(name, std::move(samples));
@@ -63,7 +55,7 @@ const Samples& ClipBank::clip(const std::string& name) const
 Samples QuietNoise::make(double seconds)
 {
     std::uniform_real_distribution<double> level(-1.0, 1.0);
-    Samples samples(static_cast<std::size_t>(seconds * kRate));
+    Samples samples(static_cast<std::size_t>(seconds * kSampleRate));
     for (short& sample : samples)
         sample = static_cast<short>(level(m_random) * 0.003 * 32767);
     return samples;

@@ -7,6 +7,8 @@
 // floor into a spurious leading word, so quiet noise, never zeros, fills every
 // gap.
 
+#include <sndfile.h>
+
 #include <map>
 #include <random>
 #include <string>
@@ -14,7 +16,13 @@
 
 namespace Soak {
 
+// Every clip and recording of the soak: 16 kHz mono 16-bit, the model's rate.
+constexpr int kSampleRate = 16000;
 using Samples = std::vector<short>;
+
+struct SndfileCloser {
+    void operator()(SNDFILE* file) const { sf_close(file); }
+};
 
 class QuietNoise {
 public:

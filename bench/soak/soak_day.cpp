@@ -18,7 +18,6 @@ namespace Soak {
 
 namespace {
 
-const int kRate = 16000;
 const double kPause = 1.5;  // after every clip: the decoder ends the utterance within it
 // Before every clip: people speak a moment after they switched something,
 // and a recognizer built at that moment hears some room before the voice.
@@ -131,7 +130,7 @@ public:
     Day(const DayOptions& options, Desk& desk, const ClipBank& clips,
         std::function<void(const std::string&)> onMistake)
         : m_options(options), m_desk(desk), m_clips(clips), m_noise(QuietNoise(options.seed).make(20.0)),
-          m_chunk(static_cast<std::size_t>(options.chunkSeconds * kRate)), m_churnRandom(options.seed + 1),
+          m_chunk(static_cast<std::size_t>(options.chunkSeconds * kSampleRate)), m_churnRandom(options.seed + 1),
           m_onMistake(std::move(onMistake))
     {
     }
@@ -156,7 +155,7 @@ public:
     }
 
 private:
-    double audioSeconds() const { return static_cast<double>(m_samples) / kRate; }
+    double audioSeconds() const { return static_cast<double>(m_samples) / kSampleRate; }
     // The day ends after the utterance that reaches its length.
     bool over() const { return audioSeconds() >= m_options.hours * 3600.0; }
 
@@ -176,7 +175,7 @@ private:
     // work of its own to the figures.
     void quiet(double seconds)
     {
-        std::size_t left = static_cast<std::size_t>(seconds * kRate);
+        std::size_t left = static_cast<std::size_t>(seconds * kSampleRate);
         while (left > 0) {
             const std::size_t n = std::min(left, m_noise.size() - m_noiseAt);
             feed(m_noise.data() + m_noiseAt, n);
@@ -383,7 +382,7 @@ private:
         m_row.audioHours = audioSeconds() / 3600.0;
         m_row.residentMiB = residentMiB();
         m_row.heapMiB = heapMiB();
-        const double audio = static_cast<double>(m_samples - m_rowSamples) / kRate;
+        const double audio = static_cast<double>(m_samples - m_rowSamples) / kSampleRate;
         m_row.realTimeFactor = audio > 0.0 ? (Bench::cpuSeconds() - m_rowCpu) / audio : 0.0;
         m_row.commands = static_cast<long>(m_desk.commandCount());
         report.rows.push_back(m_row);

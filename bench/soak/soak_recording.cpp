@@ -1,7 +1,6 @@
 #include "soak_recording.h"
 
 #include <fcntl.h>
-#include <sndfile.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -20,12 +19,7 @@ namespace Soak {
 
 namespace {
 
-const int kRate = 16000;
 const double kGap = 1.5;
-
-struct SndfileCloser {
-    void operator()(SNDFILE* file) const { sf_close(file); }
-};
 
 // Writes clip after clip (in a shuffled order that repeats) with quiet
 // between them until the recording is `minutes` long, one clip at a time.
@@ -33,7 +27,7 @@ bool writeRecording(const std::string& path, double minutes, const ClipBank& ban
                     const std::vector<std::string>& clips, unsigned seed)
 {
     SF_INFO info{};
-    info.samplerate = kRate;
+    info.samplerate = kSampleRate;
     info.channels = 1;
     info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     std::unique_ptr<SNDFILE, SndfileCloser> file(sf_open(path.c_str(), SFM_WRITE, &info));
@@ -43,7 +37,7 @@ bool writeRecording(const std::string& path, double minutes, const ClipBank& ban
     const Samples gap = noise.make(kGap);
     std::vector<std::string> order = clips;
     std::mt19937 random(seed);
-    const auto total = static_cast<sf_count_t>(minutes * 60.0 * kRate);
+    const auto total = static_cast<sf_count_t>(minutes * 60.0 * kSampleRate);
     sf_count_t written = sf_write_short(file.get(), gap.data(), static_cast<sf_count_t>(gap.size()));
     for (std::size_t i = 0; written < total; ++i) {
         if (i % order.size() == 0)
