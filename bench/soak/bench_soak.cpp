@@ -1,6 +1,14 @@
 // ksr-bench-soak: a working day of listening, compressed.
 //
-// Phase 1 feeds hours of audio faster than real time through KSR_VoskManager
+// Phase 1 writes the day's clips into recordings of 20 and 40 minutes
+// (--recording-minutes, the long one) and has ksr-demo --wav transcribe
+// each in a child process; goal: the long one's peak resident memory within
+// 1.05 of the short one's, as files are read block by block. It comes first
+// because the kernel counts a spawning process's peak resident memory in its
+// child's: spawned after the model was loaded here, the children would all
+// seem as big as this process.
+//
+// Phase 2 feeds hours of audio faster than real time through KSR_VoskManager
 // on the real libvosk and the shared model (soak_day.h): commands under
 // constant grammar and rule switching, keys, dictation with formatting
 // phrases, numerals, spelling and capitals, noise and quiet, commands added
@@ -12,22 +20,17 @@
 // factor within 1.05 of the first's; on every run: nothing lost, nothing
 // wrong, no crash.
 //
-// Phase 2 runs the Qt host interface on a private virtual microphone in real
+// Phase 3 runs the Qt host interface on a private virtual microphone in real
 // time (soak_microphone.h): started and stopped from the host thread every
 // few seconds, the microphone pulled out and put back, paced listening with
 // silence skipping. Goals: every start followed by exactly one
 // listeningStopped, every disconnect by a reconnect or a stop, no wrong
 // result.
 //
-// Phase 3 writes the day's clips into recordings of 20 and 40 minutes
-// (--recording-minutes, the long one) and has ksr-demo --wav transcribe
-// each in a child process; goal: the long one's peak resident memory within
-// 1.05 of the short one's, as files are read block by block.
-//
 // Usage: ksr-bench-soak [--hours H | --minutes M] [--report-minutes R]
 //                       [--mic-minutes M] [--recording-minutes M] [--chunk-ms C]
 //                       [--fast-commands MS] [--seed N]
-// Phase 1 hands the manager 20 ms chunks (--chunk-ms) and runs with the early
+// Phase 2 hands the manager 20 ms chunks (--chunk-ms) and runs with the early
 // end of commands at 250 ms (--fast-commands, 0 for the module's defaults),
 // as a desktop host that listens all day sets it.
 // KSR_SOAK_TRACE=1 prints the module's log lines on standard error.
@@ -190,7 +193,7 @@ bool judgeDay(const Soak::DayReport& day, double hours)
 bool judgeMicrophone(const Soak::MicrophoneReport& mic)
 {
     if (!mic.ran) {
-        std::printf("phase 2 did not run: %s\n", mic.whyNot.c_str());
+        std::printf("phase 3 did not run: %s\n", mic.whyNot.c_str());
         return false;
     }
     std::printf("%.0f s: %d starts asked, %d stops asked, %d listeningStarted, %d listeningStopped, "
@@ -209,7 +212,7 @@ bool judgeRecording(const Arguments& args, const std::string& model, const std::
 {
     const std::string demo = KSR_DEMO_PROGRAM;
     if (demo.empty()) {
-        std::printf("phase 3 did not run: ksr-demo is not built (KSR_BUILD_TOOLS=OFF)\n");
+        std::printf("phase 1 did not run: ksr-demo is not built (KSR_BUILD_TOOLS=OFF)\n");
         return false;
     }
     Soak::RecordingOptions options;
@@ -221,7 +224,7 @@ bool judgeRecording(const Arguments& args, const std::string& model, const std::
     options.seed = args.seed;
     const Soak::RecordingReport recording = Soak::runRecordingPhase(options);
     if (!recording.ran) {
-        std::printf("phase 3 did not run: %s\n", recording.whyNot.c_str());
+        std::printf("phase 1 did not run: %s\n", recording.whyNot.c_str());
         return false;
     }
     std::printf("peak resident memory: %.1f MiB for %.0f min, %.1f MiB for %.0f min: %.3f (goal: <= %.2f)\n",
@@ -256,8 +259,13 @@ int main(int argc, char** argv)
         KSR_Logger::setTraceFunction(
             [](KSR_Logger::Level, const std::string& line) { std::fprintf(stderr, "trace: %s\n", line.c_str()); });
     bool met = true;
+    if (args.recordingMinutes > 0.0) {
+        std::printf("phase 1: recordings of %.0f and %.0f min transcribed by ksr-demo --wav\n",
+                    args.recordingMinutes / 2.0, args.recordingMinutes);
+        met = judgeRecording(args, model, audio) && met;
+    }
     if (args.hours > 0.0) {
-        std::printf("phase 1: %.2f h of audio through the manager and libvosk, faster than real time "
+        std::printf("phase 2: %.2f h of audio through the manager and libvosk, faster than real time "
                     "(%.0f ms chunks, early end %.0f ms, seed %u)\n",
                     args.hours, args.chunkMs, args.fastCommands, args.seed);
         std::printf("  audio   | resident | heap MiB | RTF    | expected | received | lost | wrong | unsure | failures | "
@@ -275,7 +283,7 @@ int main(int argc, char** argv)
             std::fflush(stdout);
         });
         if (!day.ran) {
-            std::printf("phase 1 did not run: %s\n", day.whyNot.c_str());
+            std::printf("phase 2 did not run: %s\n", day.whyNot.c_str());
             return 1;
         }
         met = judgeDay(day, args.hours) && met;
@@ -284,18 +292,13 @@ int main(int argc, char** argv)
         if (!std::getenv("QT_QPA_PLATFORM"))
             ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
         QApplication application(argc, argv);
-        std::printf("phase 2: %.1f min of listening to a virtual microphone in real time\n", args.micMinutes);
+        std::printf("phase 3: %.1f min of listening to a virtual microphone in real time\n", args.micMinutes);
         Soak::MicrophoneOptions options;
         options.minutes = args.micMinutes;
         options.modelDir = model;
         options.audioDir = audio;
         options.seed = args.seed;
         met = judgeMicrophone(Soak::runMicrophonePhase(options)) && met;
-    }
-    if (args.recordingMinutes > 0.0) {
-        std::printf("phase 3: recordings of %.0f and %.0f min transcribed by ksr-demo --wav\n",
-                    args.recordingMinutes / 2.0, args.recordingMinutes);
-        met = judgeRecording(args, model, audio) && met;
     }
     std::printf("%s\n", met ? "every goal met" : "a goal was missed");
     return met ? 0 : 1;

@@ -1,7 +1,7 @@
 #ifndef KSR_BENCH_SOAK_DAY_H
 #define KSR_BENCH_SOAK_DAY_H
 
-// The soak's first phase: a compressed working day fed faster than real time
+// The soak's second phase: a compressed working day fed faster than real time
 // through KSR_VoskManager and the real libvosk. Blocks of commands (a focus
 // change before every one, keys, noise, long quiet)
 // alternate with blocks of dictation (formatting phrases, numerals, spelling,

@@ -1,7 +1,7 @@
 #ifndef KSR_BENCH_SOAK_MICROPHONE_H
 #define KSR_BENCH_SOAK_MICROPHONE_H
 
-// The soak's second phase: the Qt host interface listening to a private
+// The soak's third phase: the Qt host interface listening to a private
 // virtual microphone in real time, paced and skipping silence, while the host
 // thread starts and stops it every few seconds and the microphone is pulled
 // out and put back. Clips of known commands play into the microphone all the

@@ -1,7 +1,7 @@
 #ifndef KSR_BENCH_SOAK_RECORDING_H
 #define KSR_BENCH_SOAK_RECORDING_H
 
-// The soak's third phase: a long recording transcribed in the memory of a
+// The soak's first phase: a long recording transcribed in the memory of a
 // shorter one. The day's clips, with quiet between them, are written into a
 // recording of half the length and one of the whole length, and ksr-demo
 // --wav hears each in a child process of its own; the peak resident memory of
