@@ -8,6 +8,7 @@
 #include <AL/alc.h>
 #include <pthread.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -100,15 +101,29 @@ inline double processCpuSeconds()
            static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
-// Peak resident memory of this process (VmHWM), in MiB.
-inline double peakResidentMiB()
+// A memory figure of this process from /proc/self/status ("VmHWM", "VmRSS"),
+// in MiB; NaN when the kernel does not give it.
+inline double statusMiB(const std::string& field)
 {
     std::ifstream status("/proc/self/status");
+    const std::string key = field + ":";
     std::string line;
     while (std::getline(status, line))
-        if (line.rfind("VmHWM:", 0) == 0)
-            return std::atof(line.c_str() + 6) / 1024.0;
+        if (line.rfind(key, 0) == 0)
+            return std::atof(line.c_str() + key.size()) / 1024.0;
     return NAN;
+}
+
+// Peak resident memory of this process, in MiB.
+inline double peakResidentMiB()
+{
+    return statusMiB("VmHWM");
+}
+
+inline bool fileExists(const std::string& path)
+{
+    struct stat info;
+    return ::stat(path.c_str(), &info) == 0;
 }
 
 // The JSON phrase list of a grammar recognizer: "[unk]" and the phrases.

@@ -45,8 +45,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <sys/stat.h>
 
+#include "bench_support.h"
 #include "ksr_logger.h"
 #include "soak_day.h"
 #include "soak_microphone.h"
@@ -63,12 +63,6 @@ std::string envOr(const char* name, const std::string& fallback)
 {
     const char* value = std::getenv(name);
     return (value && *value) ? std::string(value) : fallback;
-}
-
-bool exists(const std::string& path)
-{
-    struct stat info;
-    return ::stat(path.c_str(), &info) == 0;
 }
 
 struct Arguments {
@@ -248,7 +242,7 @@ int main(int argc, char** argv)
     const std::string model = envOr("KSR_TEST_MODEL", KSR_SHARED_DIR "/models/en-us-synth");
     const std::string audio = envOr("KSR_TEST_AUDIO", KSR_SHARED_DIR "/audio");
     for (const std::string& path : {model, audio})
-        if (!exists(path)) {
+        if (!Bench::fileExists(path)) {
             const bool ci = envOr("CI", "") == "true";
             std::printf("%s: %s is missing%s\n", argv[0], path.c_str(), ci ? "" : "; skipped");
             return ci ? 1 : kSkipped;

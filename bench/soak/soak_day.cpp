@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <random>
 #include <sstream>
 
+#include "bench_support.h"
 #include "cpu_clock.h"
 #include "soak_audio.h"
 #include "soak_desk.h"
@@ -25,12 +25,7 @@ const double kLead = 0.5;
 
 double residentMiB()
 {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind("VmRSS:", 0) == 0)
-            return std::atof(line.c_str() + 6) / 1024.0;
-    return 0.0;
+    return Bench::statusMiB("VmRSS");
 }
 
 #ifdef __SANITIZE_ADDRESS__

@@ -73,7 +73,7 @@ bool Desk::setUp(const std::string& modelDir, int fastCommands, std::string& pro
     }
     m_formattingRule = static_cast<KSR::RuleId>(dictationRules.front());
 
-    struct RuleSpec {
+    struct RulePlan {
         Grammar* grammar;
         const char* name;
         std::vector<std::string> phrases;
@@ -81,18 +81,18 @@ bool Desk::setUp(const std::string& modelDir, int fastCommands, std::string& pro
     m_editor.id = m_manager.addCommandGrammar("north");
     m_browser.id = m_manager.addCommandGrammar("");
     m_scratch.id = m_manager.addCommandGrammar("");
-    const std::vector<RuleSpec> rules = {
+    const std::vector<RulePlan> rules = {
         {&m_editor, "files", {"open file", "save file", "close window"}},
         {&m_editor, "view", {"zoom in", "scroll down", "select all"}},
         {&m_browser, "tabs", {"new tab", "go back"}},
         {&m_browser, "edit", {"undo"}},
         {&m_scratch, "recent", {}},
     };
-    for (const RuleSpec& spec : rules) {
-        const KSR::RuleId rule = m_manager.addRule(spec.grammar->id, spec.name);
-        spec.grammar->rules.push_back(rule);
-        for (const std::string& phrase : spec.phrases)
-            m_commands[phrase] = {spec.grammar->id, rule, m_manager.addCommand(rule, phrase)};
+    for (const RulePlan& plan : rules) {
+        const KSR::RuleId rule = m_manager.addRule(plan.grammar->id, plan.name);
+        plan.grammar->rules.push_back(rule);
+        for (const std::string& phrase : plan.phrases)
+            m_commands[phrase] = {plan.grammar->id, rule, m_manager.addCommand(rule, phrase)};
     }
     for (const auto& command : m_commands)
         if (command.second.id == KSR::InvalidCommandId || command.second.rule == KSR::InvalidRuleId) {

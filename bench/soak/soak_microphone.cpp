@@ -5,7 +5,6 @@
 #include <QObject>
 #include <QTimer>
 
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <chrono>
@@ -76,12 +75,6 @@ bool waitUntil(Predicate done, int ms)
     while (!done() && Clock::now() < until)
         pause(20);
     return done();
-}
-
-bool exists(const std::string& path)
-{
-    struct stat info;
-    return ::stat(path.c_str(), &info) == 0;
 }
 
 // The interface with its microphone in reach: the host chooses the virtual
@@ -365,7 +358,7 @@ void runPhase(const MicrophoneOptions& options, MicrophoneReport& report)
     std::vector<std::string> clips;
     for (const auto& command : Desk::commandClips()) {
         clips.push_back(options.audioDir + "/" + command.second);
-        if (!exists(clips.back())) {
+        if (!Bench::fileExists(clips.back())) {
             report.whyNot = "clip " + clips.back() + " is missing";
             return;
         }

@@ -3,7 +3,8 @@
 #include <AL/al.h>
 #include <AL/alext.h>
 
-#include <cstring>
+#include <algorithm>
+#include <list>
 #include <mutex>
 #include <new>
 #include <string>
@@ -49,19 +50,6 @@ std::uint64_t channelLayout(int format)
 // The capture buffer receives frames in the capture format and is counted
 // in frames of the output format; it is sized by the wider of the two so
 // that a stereo capture handed out as mono still fits.
-// Whether the capture list, made afresh, names `device`. The caller holds
-// the enumeration lock.
-bool captureListHas(const std::string& device)
-{
-    if (alcIsExtensionPresent(nullptr, "ALC_ENUMERATION_EXT") != ALC_TRUE)
-        return false;
-    const ALCchar* list = alcGetString(nullptr, ALC_CAPTURE_DEVICE_SPECIFIER);
-    for (const ALCchar* name = list; name && *name != '\0'; name += std::strlen(name) + 1)
-        if (device == name)
-            return true;
-    return false;
-}
-
 int captureBufferFrameBytes(int captureFormat, int outputFormat)
 {
     const int capture = AudioFormats::frameBytes(captureFormat);
@@ -107,8 +95,14 @@ bool AudioDevice::openCapture(bool logOpenFailure)
             return alcCaptureOpenDevice(m_captureDeviceName.empty() ? nullptr : m_captureDeviceName.c_str(),
                                         static_cast<ALCuint>(captureHertz), m_captureFormat, captureHertz / 2);
         };
+        const auto listedNow = [&] {
+            if (alcIsExtensionPresent(nullptr, "ALC_ENUMERATION_EXT") != ALC_TRUE)
+                return false;
+            const std::list<std::string> names = namesOf(alcGetString(nullptr, ALC_CAPTURE_DEVICE_SPECIFIER));
+            return std::find(names.begin(), names.end(), m_captureDeviceName) != names.end();
+        };
         mp_captureDevice = open();
-        if (!mp_captureDevice && !m_captureDeviceName.empty() && captureListHas(m_captureDeviceName)) {
+        if (!mp_captureDevice && !m_captureDeviceName.empty() && listedNow()) {
             alcGetError(nullptr);  // the first open's failure is not this one's
             mp_captureDevice = open();
         }

@@ -184,13 +184,19 @@ std::list<std::string> AudioDevice::deviceList(ALCenum which) const
         if (enumerates) {
             if (which == ALC_DEVICE_SPECIFIER && alcIsExtensionPresent(nullptr, "ALC_ENUMERATE_ALL_EXT") == ALC_TRUE)
                 which = ALC_ALL_DEVICES_SPECIFIER;
-            const ALCchar* list = alcGetString(nullptr, which);
-            for (const ALCchar* name = list; name && *name != '\0'; name += std::strlen(name) + 1)
-                names.emplace_back(name);
+            names = namesOf(alcGetString(nullptr, which));
         }
     }
     if (!enumerates)
         audioLog("Enumeration extension is not available\n");
+    return names;
+}
+
+std::list<std::string> AudioDevice::namesOf(const ALCchar* list)
+{
+    std::list<std::string> names;
+    for (const ALCchar* name = list; name && *name != '\0'; name += std::strlen(name) + 1)
+        names.emplace_back(name);
     return names;
 }
 

@@ -104,6 +104,9 @@ private:
     bool setUpResampler();
     bool resample(int frames);
     std::list<std::string> deviceList(ALCenum which) const;
+    // The names of an OpenAL device list: a run of NUL-terminated names
+    // closed by an empty one (none for a null list).
+    static std::list<std::string> namesOf(const ALCchar* list);
 
     AudioDevice* m_listenerOwner;
     ALCdevice* mp_device;
