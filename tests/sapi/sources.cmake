@@ -17,6 +17,9 @@ set(KSR_SAPI_DOUBLES_SOURCES
 
 # Test programs that run on both systems: name and sources.
 set(KSR_SAPI_TESTS test_sapi_support test_sapi_engine test_sapi_grammar test_sapi_manager)
+# Those whose cases share no process-wide state (the grammar and manager
+# tests count on ids starting afresh): each runs as one test, in one process.
+set(KSR_SAPI_ONE_PROCESS_TESTS test_sapi_support test_sapi_engine)
 set(test_sapi_support_SOURCES
   ${KSR_SAPI_TEST_DIR}/test_utf16.cpp
   ${KSR_SAPI_TEST_DIR}/test_com_ptr.cpp
