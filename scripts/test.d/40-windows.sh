@@ -3,7 +3,10 @@
 # with mingw-w64 against the real sapi.h (cmake/mingw-w64.cmake,
 # tests/sapi/windows), and their tests run under Wine. The SAPI tests run
 # twice over: with test doubles registered as the SAPI classes, and on
-# Wine's own COM, which has no speech recognizer.
+# Wine's own COM, which has no speech recognizer. The recognition core's
+# tests on the real libvosk.dll (the engine's and the manager's tests of the
+# shared clips, compiled from the Linux sources, and model folders named
+# with spaces and letters outside ASCII) run here too.
 #
 # Wine runs headless (WINEDEBUG=-all, no Mono/Gecko) in a prefix of its own
 # under the build folder, made afresh on every run; one persistent

@@ -1,5 +1,6 @@
 target_sources(ksr_core_obj PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/vosk_model.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/model_path.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vosk_recognizer.cpp
   ${CMAKE_CURRENT_LIST_DIR}/json_phrase.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vosk_engine.cpp

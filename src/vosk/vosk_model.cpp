@@ -1,6 +1,7 @@
 #include "vosk_model.h"
 
 #include "ksr_logger.h"
+#include "model_path.h"
 #include "vosk/vosk_c_api.h"
 
 namespace Vosk {
@@ -21,7 +22,14 @@ void Model::init()
 
 bool Model::initialize(const std::string& path, unsigned int sampleRate)
 {
-    mp_voskModel = vosk_model_new(path.c_str());
+    const std::string libraryPath = libraryModelPath(path);
+    if (libraryPath.empty() && !path.empty()) {
+        KSR_Logger::Error("Model:  initializeModel: libvosk cannot open \"" + path +
+                          "\" on this system (a character outside the system code page and no short name): "
+                          "move the model to a folder whose path has only such characters");
+        return false;
+    }
+    mp_voskModel = vosk_model_new(libraryPath.c_str());
     if (!mp_voskModel) {
         KSR_Logger::Error("Model:  initializeModel: mp_voskModel is null");
         return false;
