@@ -30,7 +30,9 @@ protected:
         KSR_REQUIRE_DATA(TestData::audioDir());
         wchar_t temp[MAX_PATH];
         ASSERT_NE(GetTempPathW(MAX_PATH, temp), 0u);
-        root = fs::path(temp) / fs::u8path("kalo-sr model paths");
+        // A folder per test: ctest runs them side by side.
+        root = fs::path(temp) / fs::u8path(std::string("kalo-sr model paths ") +
+                                           testing::UnitTest::GetInstance()->current_test_info()->name());
         std::error_code ignored;
         fs::remove_all(root, ignored);
     }
