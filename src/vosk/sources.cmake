@@ -1,4 +1,5 @@
 target_sources(ksr_core_obj PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/vosk_library.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vosk_model.cpp
   ${CMAKE_CURRENT_LIST_DIR}/model_path.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vosk_recognizer.cpp

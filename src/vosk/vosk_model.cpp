@@ -2,6 +2,7 @@
 
 #include "ksr_logger.h"
 #include "model_path.h"
+#include "vosk_library.h"
 #include "vosk/vosk_c_api.h"
 
 namespace Vosk {
@@ -22,6 +23,11 @@ void Model::init()
 
 bool Model::initialize(const std::string& path, unsigned int sampleRate)
 {
+    const std::string problem = libraryProblem();
+    if (!problem.empty()) {
+        KSR_Logger::Error("Model:  initializeModel: " + problem);
+        return false;
+    }
     const std::string libraryPath = libraryModelPath(path);
     if (libraryPath.empty() && !path.empty()) {
         KSR_Logger::Error("Model:  initializeModel: libvosk cannot open \"" + path +

@@ -4,6 +4,7 @@
 
 #include "ksr_logger.h"
 #include "vosk/vosk_c_api.h"
+#include "vosk/vosk_library.h"
 #include "vosk_engine.h"
 #include "vosk_manager/ksr_numeral_converter.h"
 
@@ -30,8 +31,9 @@ KSR_VoskManager::KSR_VoskManager()
 {
     m_formattingCommandIds.fill(KSR::InvalidCommandId);
     // Silences the library's own logging for the whole process, before any
-    // model is loaded.
-    vosk_set_log_level(-1);
+    // model is loaded. Without the library, initialize says why.
+    if (Vosk::libraryProblem().empty())
+        vosk_set_log_level(-1);
 }
 
 KSR_VoskManager::~KSR_VoskManager()

@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -115,6 +116,24 @@ TEST_F(ModelPaths, CharactersOutsideTheCodePage)
 TEST_F(ModelPaths, AMissingFolderIsNamedInTheLog)
 {
     const std::string path = (root / fs::u8path(u8"Zo\u00eb/no model here")).u8string();
+    EXPECT_TRUE(commandsHeardWith(path).empty());
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{"KSR Error: Model:  initializeModel: mp_voskModel is null\n",
+                                                     "KSR Error: Acoustic model " + path + " is invalid!\n"}));
+}
+
+// A folder that looks like a model (its feature configuration, a damaged
+// acoustic model) but that libvosk refuses: the same lines as a missing one,
+// and the program goes on.
+TEST_F(ModelPaths, AModelThatLibvoskRejectsIsNamedInTheLog)
+{
+    const fs::path folder = root / fs::u8path(u8"Zo\u00eb/broken model");
+    std::error_code error;
+    fs::create_directories(folder / "am", error);
+    fs::create_directories(folder / "conf", error);
+    ASSERT_FALSE(error) << error.message();
+    std::ofstream(folder / "conf" / "mfcc.conf") << "--sample-frequency=16000\n--use-energy=false\n";
+    std::ofstream(folder / "am" / "final.mdl", std::ios::binary) << "not an acoustic model";
+    const std::string path = folder.u8string();
     EXPECT_TRUE(commandsHeardWith(path).empty());
     EXPECT_EQ(log.lines(), (std::vector<std::string>{"KSR Error: Model:  initializeModel: mp_voskModel is null\n",
                                                      "KSR Error: Acoustic model " + path + " is invalid!\n"}));
