@@ -22,6 +22,9 @@ extern "C" {
 
 namespace {
 
+// How much audio the capture device keeps between two reads (see openCapture).
+const int kDeviceBufferMs = 4000;
+
 // Null instead of an exception when memory runs out. Buffers are zeroed only
 // where a read replaces its capture buffer; the others are written before
 // they are read.
@@ -71,6 +74,7 @@ bool AudioDevice::openCapture(bool logOpenFailure)
     const int captureHertz = AudioFormats::rateHertz(m_captureRate);
     // Sixteen seconds of audio: far more than a read ever finds waiting.
     m_captureCapacity = captureHertz * 16;
+    m_deviceBufferFrames = static_cast<int>(static_cast<long long>(captureHertz) * kDeviceBufferMs / 1000);
     mp_captureBuffer =
         bytes(static_cast<long long>(m_captureCapacity) * captureBufferFrameBytes(m_captureFormat, m_outputFormat));
     if (!mp_captureBuffer)
@@ -81,7 +85,12 @@ bool AudioDevice::openCapture(bool logOpenFailure)
         return false;
     }
 
-    // The device's own ring buffer holds half a second. OpenAL's back end
+    // The device's own ring buffer holds kDeviceBufferMs: what arrives while
+    // it is full is lost. A final result, a grammar rebuild or a busy machine
+    // can keep the listening thread from reading for a while; half a second
+    // was too little to ride that out (a dictated word went missing), and a
+    // larger buffer costs a little memory and no latency (the device still
+    // hands audio over every few milliseconds). OpenAL's back end
     // looks a device name up in the capture list that enumeration rebuilds,
     // so the open takes the enumeration lock too
     // (AudioModuleState::enumerationMutex). A list made while the chosen
@@ -93,7 +102,7 @@ bool AudioDevice::openCapture(bool logOpenFailure)
         std::lock_guard<std::mutex> lock(AudioModuleState::enumerationMutex());
         const auto open = [&] {
             return alcCaptureOpenDevice(m_captureDeviceName.empty() ? nullptr : m_captureDeviceName.c_str(),
-                                        static_cast<ALCuint>(captureHertz), m_captureFormat, captureHertz / 2);
+                                        static_cast<ALCuint>(captureHertz), m_captureFormat, m_deviceBufferFrames);
         };
         const auto listedNow = [&] {
             if (alcIsExtensionPresent(nullptr, "ALC_ENUMERATION_EXT") != ALC_TRUE)
@@ -183,6 +192,10 @@ const char* AudioDevice::readSamples()
     alcGetIntegerv(mp_captureDevice, ALC_CAPTURE_SAMPLES, 1, &waiting);
     if (waiting < 1)
         return nullptr;
+
+    // A full buffer has been dropping what arrived since it filled up.
+    if (waiting >= m_deviceBufferFrames)
+        audioLog("The capture buffer of %d ms was full: listening fell behind and audio was lost\n", kDeviceBufferMs);
 
     if (waiting > m_captureCapacity) {
         std::unique_ptr<char[]> larger = zeroedBytes(

@@ -17,6 +17,7 @@ AudioDevice::AudioDevice()
       mp_context(nullptr),
       mp_captureDevice(nullptr),
       m_captureCapacity(0),
+      m_deviceBufferFrames(0),
       m_sampleCount(0),
       m_resampledBufferSize(0),
       m_captureFormat(AL_FORMAT_MONO16),

@@ -113,6 +113,7 @@ private:
     ALCcontext* mp_context;
     ALCdevice* mp_captureDevice;
     int m_captureCapacity;
+    int m_deviceBufferFrames;  // what the device holds for us between reads
     std::unique_ptr<char[]> mp_captureBuffer;
     std::unique_ptr<char[]> mp_resampledBuffer;
     int m_sampleCount;

@@ -1,6 +1,6 @@
 // AudioDevice's capture paths on the OpenAL test double, where the frames
-// are known: what a read hands out, a read larger than the buffer, and the
-// mix of a stereo capture into mono output.
+// are known: what a read hands out, a full device buffer, a read larger than
+// the module's buffer, and the mix of a stereo capture into mono output.
 
 #include <cstdint>
 #include <cstdlib>
@@ -34,9 +34,36 @@ TEST_F(CaptureOnFakeOpenAl, ReadHandsOutTheCapturedFramesInOrder)
     EXPECT_EQ(captures()[0].available, 0);
 }
 
+TEST_F(CaptureOnFakeOpenAl, TheDeviceKeepsFourSecondsBetweenReads)
+{
+    EXPECT_EQ(captures()[0].bufferSize, 44100 * 4);
+    // A listening thread that fell behind by nearly four seconds loses nothing.
+    const int frames = 44100 * 4 - 1;
+    ASSERT_TRUE(FakeOpenAl::deliver(frames));
+    std::string logged = written([&] { ASSERT_NE(device->readSamples(), nullptr); });
+    EXPECT_EQ(logged, "");
+    EXPECT_EQ(device->readBytes(), static_cast<std::uint32_t>(frames) * 2u);
+    EXPECT_EQ(captures()[0].framesLost, 0);
+}
+
+TEST_F(CaptureOnFakeOpenAl, AFullDeviceBufferSaysThatAudioWasLost)
+{
+    ASSERT_TRUE(FakeOpenAl::deliver(44100 * 4 + 441));
+    EXPECT_EQ(captures()[0].framesLost, 441);
+    std::string logged = written([&] { ASSERT_NE(device->readSamples(), nullptr); });
+    EXPECT_EQ(logged, "The capture buffer of 4000 ms was full: listening fell behind and audio was lost\n");
+    EXPECT_EQ(device->readBytes(), 44100u * 4u * 2u);
+    // Reads in time say nothing more.
+    ASSERT_TRUE(FakeOpenAl::deliver(441));
+    logged = written([&] { ASSERT_NE(device->readSamples(), nullptr); });
+    EXPECT_EQ(logged, "");
+}
+
 TEST_F(CaptureOnFakeOpenAl, ReadLargerThanTheBufferGrowsIt)
 {
-    // Sixteen seconds at 44100 Hz fit; one frame more does not.
+    // An OpenAL that keeps more than it was asked to: sixteen seconds at
+    // 44100 Hz fit the module's buffer; one frame more does not.
+    modify([](FakeOpenAl::State& s) { s.captureBufferLimit = 44100 * 20; });
     const int frames = 44100 * 16 + 1;
     ASSERT_TRUE(FakeOpenAl::deliver(frames));
     const char* data = device->readSamples();

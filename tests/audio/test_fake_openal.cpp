@@ -203,3 +203,16 @@ TEST_F(FakeOpenAlTest, DeviceListsEndWithAnEmptyName)
     ASSERT_NE(list, nullptr);
     EXPECT_EQ(std::string(list, 9), std::string("one\0two\0\0", 9));
 }
+
+TEST_F(FakeOpenAlTest, ACaptureDeviceKeepsWhatItWasAskedForAndLosesTheRest)
+{
+    ALCdevice* device = openCapture();  // 8000 frames
+    ASSERT_NE(device, nullptr);
+    alcCaptureStart(device);
+    EXPECT_TRUE(FakeOpenAl::deliver(7999));
+    EXPECT_TRUE(FakeOpenAl::deliver(3));
+    EXPECT_EQ(query(device, ALC_CAPTURE_SAMPLES), 8000);
+    EXPECT_EQ(FakeOpenAl::captureDevices().at(0).framesLost, 2);
+    alcCaptureStop(device);
+    alcCaptureCloseDevice(device);
+}

@@ -92,6 +92,7 @@ struct CaptureDevice {
     bool started = false;
     bool connected = true;
     int available = 0;          // frames gathered and not yet read
+    long long framesLost = 0;   // frames that arrived while the buffer was full
     long long framesRead = 0;   // frames handed out by alcCaptureSamples
     int connectedQueries = 0;   // ALC_CONNECTED queries answered so far
     long long soundStart = 0;   // where in State::sound the device began to listen
@@ -118,6 +119,11 @@ struct State {
     // front entry arrives (if the device is started and connected) just
     // before the query answers. Empty: nothing arrives.
     std::deque<int> arrivals;
+    // A capture device keeps at most the frames asked for at opening, as
+    // OpenAL does: what arrives while it is full is lost (the newest frames).
+    // A positive value keeps this many instead, for an implementation that
+    // holds more than it was asked to.
+    int captureBufferLimit = 0;
     // ALC_CONNECTED queries a capture device answers with ALC_TRUE before it
     // reports itself disconnected, one entry per capture device in the order
     // they are opened; -1, or no entry, never disconnects. A disconnected

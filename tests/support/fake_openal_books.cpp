@@ -157,10 +157,25 @@ Device* openCaptureDevice()
     return nullptr;
 }
 
+// Frames beyond what the device keeps are dropped, the newest first.
+void keepWithinBuffer(Device& device)
+{
+    const int limit = state().captureBufferLimit > 0 ? state().captureBufferLimit : device.info.bufferSize;
+    const int excess = device.info.available - limit;
+    if (excess <= 0)
+        return;
+    device.info.available = limit;
+    device.info.framesLost += excess;
+    for (int i = 0; i < excess && !device.heard.empty(); ++i)
+        device.heard.pop_back();
+}
+
 void arrive(Device& device, int frames)
 {
-    if (device.info.started && device.info.connected && frames > 0)
+    if (device.info.started && device.info.connected && frames > 0) {
         device.info.available += frames;
+        keepWithinBuffer(device);
+    }
 }
 
 void gatherSound(Device& device)
@@ -184,6 +199,7 @@ void gatherSound(Device& device)
         ++device.info.soundFrames;
     }
     device.info.available += frames;
+    keepWithinBuffer(device);
 }
 
 ALCdevice* book(std::unique_ptr<Device> device, const std::string& call)

@@ -38,6 +38,15 @@ protected:
                 return true;
         return false;
     }
+
+    // What the window's log showed, newest first, for a failure's message.
+    std::string eventLogLines()
+    {
+        std::string lines;
+        for (int row = 0; row < window->eventLog().topLevelItemCount(); ++row)
+            lines += "\n  " + window->eventLog().lineText(row).toStdString();
+        return lines;
+    }
 };
 
 }  // namespace
@@ -62,7 +71,7 @@ TEST_F(DesktopMicrophone, ShowsAKeyACommandAndDictationSpokenIntoTheMicrophone)
     EXPECT_TRUE(logged("mode dictation on"));
 
     EXPECT_TRUE(hearClip("dict_hello_world.wav", [&] { return !window->document().text().empty(); }));
-    EXPECT_EQ(window->document().text(), "Hello world");
+    EXPECT_EQ(window->document().text(), "Hello world") << "the event log:" << eventLogLines();
     EXPECT_EQ(window->documentView().toPlainText(), "Hello world");
     EXPECT_TRUE(logged("text \"Hello world\""));
 

@@ -21,6 +21,7 @@ const ModeInfo kModes[] = {
     {Mode::Spelling, "spelling", "dictation on, spelling switched on by the host while listening"},
     {Mode::SpokenSpelling, "spoken-spelling", "lined up, then fmt_start_spelling"},
     {Mode::Capitals, "capitals", "lined up, then capitals switched on by the host"},
+    {Mode::DictationKey, "dictation-key", "\"files\" on, dictation off with the key \"activate smith\""},
 };
 
 bool startsWith(const std::string& text, const char* prefix) { return text.rfind(prefix, 0) == 0; }

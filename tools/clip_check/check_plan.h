@@ -24,6 +24,7 @@ enum class Mode {
     Spelling,        // dictation on, spelling switched on by the host while listening
     SpokenSpelling,  // lined up, then "start spelling" spoken
     Capitals,        // lined up, then capitals switched on by the host
+    DictationKey,    // "files" on; dictation off, with the key "activate smith"
 };
 
 const std::vector<Mode>& allModes();

@@ -114,7 +114,8 @@ RunResult runClip(const std::string& modelPath, const ClipAudio& clip, const Pre
     switch (mode) {
     case Mode::Commands:
     case Mode::Keys:
-    case Mode::FreshDictation: {
+    case Mode::FreshDictation:
+    case Mode::DictationKey: {
         const std::size_t lead = drawSamples(plan, kLeadInMs);
         conditions += ", lead-in " + msText(lead);
         stream.noise(lead);

@@ -55,7 +55,7 @@ bool CheckManager::setUp(const std::string& modelPath, Mode mode, bool fast)
         return false;
     if (fast && !(setFastCommands(DefaultFastCommandsQuiet) && setCommandChaining(true)))
         return false;
-    m_dictation = addDictationGrammar("");
+    m_dictation = addDictationGrammar(mode == Mode::DictationKey ? "activate smith" : "");
     m_files = addCommandGrammar("north");
     m_filesRule = addRule(m_files, "files");
     m_edit = addCommandGrammar("south");
@@ -70,7 +70,7 @@ bool CheckManager::setUp(const std::string& modelPath, Mode mode, bool fast)
     m_formatRule = static_cast<KSR::RuleId>(rules.front());
     if (!setActivated(mode == Mode::Keys ? m_edit : m_files, true))
         return false;
-    if (mode != Mode::Commands && mode != Mode::Keys && !setActivated(m_dictation, true))
+    if (mode != Mode::Commands && mode != Mode::Keys && mode != Mode::DictationKey && !setActivated(m_dictation, true))
         return false;
     clear();
     return true;
