@@ -110,15 +110,28 @@ public:
     bool setDictationRequiredConfidence(int confidence);
 
     // --- Fast commands (host settings, both off by default) ---------------
-    // Early end of a command: after a command phrase, `quietMilliseconds` of
-    // quiet end the utterance instead of the decoder's own end (about a
-    // second). With dictation on, dictated text is held while the command
-    // recognizer decides, so that the words of a command are not also
-    // dictated. 0 switches it off; negative values are refused (false), as
-    // is any value without an engine. Safe to call while audio flows.
+    // Early end of a command: quiet after a command phrase ends the
+    // utterance instead of the decoder's own end (about a second). A phrase
+    // that no longer active phrase begins with ends after the short quiet
+    // (setFastCommandsShortQuiet); a phrase that a longer one begins with
+    // ("page" while "page down" is on) after `quietMilliseconds`, the long
+    // quiet, which must outlast a pause inside the longer phrase. With
+    // dictation on, dictated text is held while the command recognizer
+    // decides, so that the words of a command are not also dictated. 0
+    // switches it off; negative values are refused (false), as is any value
+    // without an engine. Safe to call while audio flows.
     bool setFastCommands(int quietMilliseconds);
     int fastCommands();
-    // The quiet time that hosts get with fast commands "on".
+    // The short quiet, 120 ms unless set; the long quiet caps it. Negative
+    // values and a missing engine are refused (false). Safe while audio flows.
+    bool setFastCommandsShortQuiet(int quietMilliseconds);
+    int fastCommandsShortQuiet();
+    static constexpr int DefaultFastCommandsShortQuiet = 120;
+    // The long quiet that the demo programs set: half a second outlasts the
+    // pauses people make inside a phrase (about 350 ms).
+    static constexpr int RecommendedFastCommandsQuiet = 500;
+    // The quiet of the first fast commands, which waited it after every
+    // phrase; kept for hosts that name it.
     static constexpr int DefaultFastCommandsQuiet = 250;
     // Chained commands: phrases said in one breath ("north open file", "new
     // line new line") are delivered one by one, as if said alone. A key in

@@ -83,15 +83,23 @@ public:
     void setSpellingEnabled(bool enabled);
 
     // Early end of a command (0, the default: off). When on, a command
-    // recognizer whose partial result is exactly an available phrase that no
-    // longer phrase begins with, after `quietMilliseconds` of quiet since
-    // that partial last changed, ends the utterance at once; its final
-    // result is then delivered like any other. With dictation on, dictated
-    // text that arrives while the command recognizer is still deciding on a
-    // phrase is held until it has decided (see processAudio). Negative
-    // values count as 0.
+    // recognizer whose partial result is exactly an available phrase ends
+    // the utterance at once after enough quiet since that partial last
+    // changed; its final result is then delivered like any other. A phrase
+    // that no longer phrase begins with waits the short quiet; a phrase that
+    // a longer one begins with ("page" while "page down" is on) waits
+    // `quietMilliseconds`, the long quiet, because the speaker may only be
+    // pausing inside the longer one. With dictation on, dictated text that
+    // arrives while the command recognizer is still deciding on a phrase is
+    // held until it has decided (see processAudio). Negative values count
+    // as 0.
     void setEarlyEnd(int quietMilliseconds);
     int earlyEnd() const;
+    // The short quiet; 0 (the default) waits the long quiet after every
+    // phrase. Never longer than the long quiet: a host that sets the long
+    // one below it gets the long one for both. Negative counts as 0.
+    void setEarlyEndShortQuiet(int quietMilliseconds);
+    int earlyEndShortQuiet() const;
     // Chained commands (off by default): a final command text that splits
     // completely into phrases of the list is delivered phrase by phrase.
     void setChaining(bool enabled);
@@ -132,7 +140,10 @@ private:
     bool chainConfident(const std::string& json, const std::vector<std::string>& phrases);
     // Early end: follows the command recognizer's partial and the quiet, and
     // ends the utterance when both say it is over.
-    void followCommandPartial(const std::string& json, bool accepted, int quietMilliseconds, bool& commandTaken);
+    void followCommandPartial(const std::string& json, bool accepted, bool& commandTaken);
+    // After an early end the next command recognizer starts with the next
+    // voice (see vosk_engine_fast.cpp); false while this chunk is kept for it.
+    bool commandStageWanted(const char* data, int length, bool voiced, std::string& withPreRoll);
     std::shared_ptr<const PhraseIndex> phraseIndex();
     // Dictated text held while the command recognizer decides.
     // `onset`: when the dictation recognizer's utterance began, -1 if unknown.
@@ -140,8 +151,10 @@ private:
     // Delivers the held text that the latest verdict or the hold limit lets go.
     void settleHeldDictation();
     // The command recognizer's utterance ends now: its final result is
-    // delivered (or it is dropped as stale), and the recognizer goes.
-    void finishCommandUtterance(bool& commandTaken);
+    // delivered (or it is dropped as stale), and the recognizer goes. An
+    // `early` end whose final words are only the beginning of a phrase is
+    // kept for the speaker's next words (see vosk_engine_fast.cpp).
+    void finishCommandUtterance(bool& commandTaken, bool early = false);
     void finishDictationUtterance(bool commandTaken);
     // The command recognizer goes without a command: its utterance is over.
     void dropCommandRecognizer();
@@ -183,6 +196,7 @@ private:
     bool m_commandsListPending;
 
     std::atomic<int> m_earlyEndMilliseconds;
+    std::atomic<int> m_earlyEndShortMilliseconds;
     std::atomic<bool> m_chaining;
     // Guarded by m_mutex: the phrases of keyed grammars, and whether the
     // phrase index must be rebuilt from the lists.

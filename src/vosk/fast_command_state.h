@@ -21,13 +21,54 @@ struct FastCommandState {
     // dictation recognizer. A second covers four steps and delays a sentence
     // by no more.
     static constexpr long long kHoldLimit = 1000 * kSamplesPerMillisecond;
+    // The audio before the first voiced frame that a new command recognizer
+    // hears: weak first consonants ("f", "s", "h") stay below the voice
+    // threshold for up to about 100 ms, and the decoder wants some quiet
+    // before the first word.
+    static constexpr std::size_t kPreRollBytes = 300 * kSamplesPerMillisecond * 2;
+    // An utterance longer than this is no command being said; it is not kept.
+    static constexpr std::size_t kUtteranceBytes = 10000 * kSamplesPerMillisecond * 2;
+    // The speaker's next words must come within this to continue a phrase:
+    // libvosk's own end of utterance would have ended it by then.
+    static constexpr long long kResumeWithin = 1000 * kSamplesPerMillisecond;
+
+    // The audio of the command recognizer's utterance grows by a chunk.
+    void heardByCommandRecognizer(const char* data, int length)
+    {
+        if (!utteranceComplete)
+            return;
+        if (utteranceAudio.size() + static_cast<std::size_t>(length) > kUtteranceBytes) {
+            utteranceComplete = false;
+            utteranceAudio.clear();
+            return;
+        }
+        utteranceAudio.append(data, static_cast<std::size_t>(length));
+    }
+    void utteranceBegins()
+    {
+        utteranceAudio.clear();
+        utteranceComplete = true;
+    }
 
     VoiceActivity voice;
     std::shared_ptr<const PhraseIndex> index;
     std::string partial;             // the command recognizer's latest partial text
     long long partialChangedAt = 0;  // in samples heard, when it last changed
     PhraseMatch partialMatch = PhraseMatch::None;
+    bool partialWhole = false;       // the partial is a command as it stands
+    // After an early end: no command recognizer until the next voice, and
+    // the audio since then (at most kPreRoll) to start it with.
+    bool waitingForVoice = false;
+    std::string preRoll;
     long long commandOnset = -1;     // when the command recognizer's utterance began
+    // The audio of the command recognizer's current utterance, and after an
+    // early end that heard only the beginning of a phrase, that utterance
+    // until `resumeBy` (in samples heard), to be heard again with the
+    // speaker's next words.
+    std::string utteranceAudio;
+    bool utteranceComplete = true;   // utteranceAudio holds all of it
+    std::string resumed;
+    long long resumeBy = 0;
     long long dictationOnset = -1;   // when the dictation recognizer's utterance began
     HeldDictation held{kHoldLimit};
 
@@ -36,6 +77,7 @@ struct FastCommandState {
     {
         partial.clear();
         partialMatch = PhraseMatch::None;
+        partialWhole = false;
         commandOnset = -1;
     }
 };

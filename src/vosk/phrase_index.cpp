@@ -105,4 +105,11 @@ PhraseMatch PhraseIndex::classify(const std::string& text, bool chaining) const
                                                                                : PhraseMatch::None;
 }
 
+bool PhraseIndex::isWhole(const std::string& text, bool chaining) const
+{
+    if (!chaining)
+        return m_available.count(text) > 0;
+    return !split(text).empty();
+}
+
 }  // namespace Vosk

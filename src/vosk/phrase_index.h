@@ -35,6 +35,10 @@ public:
     std::vector<std::string> split(const std::string& text) const;
     // Without chaining the text must be one available phrase.
     PhraseMatch classify(const std::string& text, bool chaining) const;
+    // True when the text is a command as it stands (a phrase, or with
+    // chaining a sequence of them), whether or not a longer phrase begins
+    // with its last words: "page" while "page down" is on.
+    bool isWhole(const std::string& text, bool chaining) const;
 
 private:
     std::vector<std::string> splitWords(const std::vector<std::string>& words, std::size_t& consumed) const;

@@ -57,6 +57,7 @@ Engine::Engine()
     , m_modeChanged(false)
     , m_commandsListPending(false)
     , m_earlyEndMilliseconds(0)
+    , m_earlyEndShortMilliseconds(0)
     , m_chaining(false)
     , m_phraseIndexStale(true)
     , mp_fast(new FastCommandState())
@@ -306,6 +307,11 @@ bool Engine::setActivated(bool active)
 
 void Engine::setEarlyEnd(int quietMilliseconds) { m_earlyEndMilliseconds = std::max(0, quietMilliseconds); }
 int Engine::earlyEnd() const { return m_earlyEndMilliseconds; }
+void Engine::setEarlyEndShortQuiet(int quietMilliseconds)
+{
+    m_earlyEndShortMilliseconds = std::max(0, quietMilliseconds);
+}
+int Engine::earlyEndShortQuiet() const { return m_earlyEndShortMilliseconds; }
 void Engine::setChaining(bool enabled) { m_chaining = enabled; }
 bool Engine::chaining() const { return m_chaining; }
 

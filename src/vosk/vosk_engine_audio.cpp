@@ -56,11 +56,20 @@ void Engine::processAudio(const char* data, int length)
     // Held text keeps the clock running for its hold limit even when the
     // early end was switched off meanwhile.
     const bool fast = m_earlyEndMilliseconds > 0;
-    if (fast || !mp_fast->held.empty())
-        mp_fast->voice.feed(reinterpret_cast<const std::int16_t*>(data), static_cast<std::size_t>(length) / 2);
+    VoiceActivity& voice = mp_fast->voice;
+    const long long voiceEndBefore = voice.samplesHeard() - voice.samplesSinceVoice();
+    if (fast || !mp_fast->held.empty() || mp_fast->waitingForVoice)
+        voice.feed(reinterpret_cast<const std::int16_t*>(data), static_cast<std::size_t>(length) / 2);
+    const bool voiced = voice.samplesHeard() - voice.samplesSinceVoice() != voiceEndBefore;
 
     bool commandTaken = false;
-    runCommandStage(data, length, commandTaken);
+    std::string withPreRoll;
+    if (commandStageWanted(data, length, voiced, withPreRoll)) {
+        if (withPreRoll.empty())
+            runCommandStage(data, length, commandTaken);
+        else
+            runCommandStage(withPreRoll.data(), static_cast<int>(withPreRoll.size()), commandTaken);
+    }
 
     // A grammar change keeps this chunk from dictation; the next chunk builds
     // the command recognizer from the new phrases. A recognizer still here
@@ -122,6 +131,7 @@ bool Engine::ensureCommandRecognizer()
         mp_commandRecognizer.reset();
         return false;
     }
+    mp_fast->utteranceBegins();
     return true;
 }
 
@@ -131,6 +141,8 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
         return;
 
     const bool accepted = mp_commandRecognizer->acceptWaveform(data, length);
+    if (m_earlyEndMilliseconds > 0)
+        mp_fast->heardByCommandRecognizer(data, length);
     const std::string json = accepted ? mp_commandRecognizer->result() : mp_commandRecognizer->partialResult();
 
     if (m_commandsChanged) {
@@ -150,9 +162,8 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
         return;
     }
     const bool finalDelivered = deliverCommandResult(json, accepted, false, commandTaken);
-    const int quiet = m_earlyEndMilliseconds;
-    if (quiet > 0 && !finalDelivered && mp_commandRecognizer)
-        followCommandPartial(json, accepted, quiet, commandTaken);
+    if (m_earlyEndMilliseconds > 0 && !finalDelivered && mp_commandRecognizer)
+        followCommandPartial(json, accepted, commandTaken);
 }
 
 bool Engine::deliverCommandResult(const std::string& json, bool accepted, bool flushed, bool& commandTaken)

@@ -30,6 +30,7 @@ KSR_VoskManager::KSR_VoskManager()
       m_lifeToken(std::make_shared<int>(0))
 {
     m_formattingCommandIds.fill(KSR::InvalidCommandId);
+    mp_engine->setEarlyEndShortQuiet(DefaultFastCommandsShortQuiet);
     // Silences the library's own logging for the whole process, before any
     // model is loaded. Without the library, initialize says why.
     if (Vosk::libraryProblem().empty())
@@ -145,6 +146,19 @@ bool KSR_VoskManager::setFastCommands(int quietMilliseconds)
 }
 
 int KSR_VoskManager::fastCommands() { return mp_engine ? mp_engine->earlyEnd() : 0; }
+
+bool KSR_VoskManager::setFastCommandsShortQuiet(int quietMilliseconds)
+{
+    if (!mp_engine || quietMilliseconds < 0)
+        return false;
+    mp_engine->setEarlyEndShortQuiet(quietMilliseconds);
+    return true;
+}
+
+int KSR_VoskManager::fastCommandsShortQuiet()
+{
+    return mp_engine ? mp_engine->earlyEndShortQuiet() : DefaultFastCommandsShortQuiet;
+}
 
 bool KSR_VoskManager::setCommandChaining(bool enabled)
 {

@@ -498,3 +498,10 @@ TEST_F(Demo, BadFastCommandSettingsAreRefused)
     EXPECT_NE(run.err.find("settings: \"fastCommands\" must be 0 (off) or a quiet time in ms"), std::string::npos)
         << run.err;
 }
+
+TEST_F(Demo, ABadShortQuietIsRefused)
+{
+    const DemoRun run = runDemo({"--short-quiet", "-3", "--wav", "a.wav"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_NE(run.err.find("--short-quiet needs a quiet time of 0 to 5000 ms, not \"-3\""), std::string::npos) << run.err;
+}

@@ -429,3 +429,127 @@ TEST(EnginePendingChanges, NothingHappensWhileTheEngineIsOff)
     engine.endUtterance();
     EXPECT_TRUE(FakeVosk::calls().empty());
 }
+
+TEST(PhraseIndex, TellsAWholePhraseFromTheBeginningOfOne)
+{
+    const Vosk::PhraseIndex index({"page", "page down", "select all", "undo"}, {});
+    EXPECT_TRUE(index.isWhole("page", false));
+    EXPECT_TRUE(index.isWhole("page down", false));
+    EXPECT_FALSE(index.isWhole("select", false));
+    EXPECT_FALSE(index.isWhole("undo page", false));
+    EXPECT_TRUE(index.isWhole("undo page", true));
+    EXPECT_FALSE(index.isWhole("undo select", true));
+    EXPECT_FALSE(index.isWhole("", true));
+}
+
+namespace {
+
+long long bytesFed(Kind kind)
+{
+    std::lock_guard<std::mutex> lock(FakeVosk::mutex());
+    return FakeVosk::state().bytesFed[static_cast<int>(kind)];
+}
+
+// The early end with both quiet times: 100 ms chunks of digital silence
+// (always quiet), a long quiet of 300 ms and a short one of 100 ms.
+class EngineQuietTimes : public EngineFast {
+protected:
+    void SetUp() override
+    {
+        EngineFast::SetUp();
+        engine.setCommandsList({"page", "page down", "select all", "undo"});
+        ASSERT_TRUE(engine.setActivated(true));
+        feed(1);  // the chunk the new grammar drops
+        engine.setEarlyEnd(300);
+        engine.setEarlyEndShortQuiet(100);
+    }
+
+    // The recognizer's partial is `phrase` from the next chunk on; the
+    // command arrives on the chunk `quietChunks` after it appeared.
+    void expectEndAfter(const std::string& phrase, int quietChunks)
+    {
+        FakeVosk::setCycle(Kind::Command, {{0, partial(phrase)}});
+        FakeVosk::pushFinal(Kind::Command, final(phrase, {"1.0"}));
+        feed(quietChunks);
+        EXPECT_TRUE(finals(commands).empty());
+        feed(1);
+        EXPECT_EQ(finals(commands), (Deliveries{{phrase, 2}}));
+    }
+};
+
+}  // namespace
+
+TEST_F(EngineQuietTimes, APhraseNoLongerOneBeginsWithEndsAfterTheShortQuiet)
+{
+    expectEndAfter("undo", 1);
+}
+
+TEST_F(EngineQuietTimes, APhraseALongerOneBeginsWithWaitsTheLongQuiet)
+{
+    expectEndAfter("page", 3);  // "down" may still come for 300 ms
+}
+
+TEST_F(EngineQuietTimes, TheShortQuietIsNeverLongerThanTheLongOne)
+{
+    engine.setEarlyEndShortQuiet(1000);
+    EXPECT_EQ(engine.earlyEndShortQuiet(), 1000);
+    expectEndAfter("undo", 3);
+}
+
+TEST_F(EngineQuietTimes, WithoutAShortQuietEveryPhraseWaitsTheLongOne)
+{
+    engine.setEarlyEndShortQuiet(-5);
+    EXPECT_EQ(engine.earlyEndShortQuiet(), 0);
+    expectEndAfter("undo", 3);
+}
+
+// libvosk's partial runs ahead of a pause inside a phrase ("select all"
+// while only "select" was said); the final result then holds "select"
+// alone. The utterance is heard again, whole, once the speaker goes on.
+TEST_F(EngineQuietTimes, AnEarlyEndThatHeardOnlyTheBeginningOfAPhraseHearsItAgainWithTheNextWords)
+{
+    FakeVosk::pushStep(Kind::Command, 0, partial("select all"));
+    FakeVosk::pushStep(Kind::Command, 0, partial("select all"));
+    FakeVosk::pushFinal(Kind::Command, final("select", {"1.0"}));
+    feed(2);
+    EXPECT_TRUE(finals(commands).empty());
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 0);
+
+    // Quiet: no recognizer is made for it.
+    feed(2);
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 0);
+
+    // The next words: the new recognizer hears the kept utterance (two
+    // chunks), the quiet since (two) and this chunk at once.
+    const auto voice = tone(1600, 3000.0);
+    const long long before = bytesFed(Kind::Command);
+    FakeVosk::pushStep(Kind::Command, 1, final("select all", {"1.0", "1.0"}));
+    engine.processAudio(reinterpret_cast<const char*>(voice.data()), static_cast<int>(voice.size() * 2));
+    EXPECT_EQ(bytesFed(Kind::Command) - before, 4 * 3200 + 3200);
+    EXPECT_EQ(finals(commands), (Deliveries{{"select all", 2}}));
+}
+
+TEST_F(EngineQuietTimes, TheBeginningOfAPhraseWithNothingAfterItIsNoCommand)
+{
+    FakeVosk::pushStep(Kind::Command, 0, partial("select all"));
+    FakeVosk::pushStep(Kind::Command, 0, partial("select all"));
+    FakeVosk::pushFinal(Kind::Command, final("select", {"1.0"}));
+    feed(2);
+    feed(11);  // more than a second of quiet: the kept words are let go
+    const auto voice = tone(1600, 3000.0);
+    const long long before = bytesFed(Kind::Command);
+    engine.processAudio(reinterpret_cast<const char*>(voice.data()), static_cast<int>(voice.size() * 2));
+    // Only the last 300 ms of quiet before the voice, and the voice.
+    EXPECT_EQ(bytesFed(Kind::Command) - before, 3 * 3200 + 3200);
+    EXPECT_TRUE(finals(commands).empty());
+}
+
+TEST_F(EngineQuietTimes, WordsThatCanBecomeNoCommandEndAfterTheLongQuiet)
+{
+    FakeVosk::setCycle(Kind::Command, {{0, partial("[unk]")}});
+    feed(3);
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 1);
+    feed(1);
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 0);
+    EXPECT_TRUE(commands.empty());
+}

@@ -304,3 +304,27 @@ TEST_F(NoCommandDictated, BothSettingsOn)
     EXPECT_EQ(document(), "Hello world, I think so\n,\n\n, ");
     EXPECT_EQ(commandTexts(), (Strings{"open file", "close window"}));
 }
+
+TEST_F(FastCommands, TheShortQuietIsOnByDefaultAndRefusesNegativeValues)
+{
+    EXPECT_EQ(manager->fastCommandsShortQuiet(), KSR_VoskManager::DefaultFastCommandsShortQuiet);
+    EXPECT_EQ(manager->fastCommandsShortQuiet(), 120);
+    EXPECT_FALSE(manager->setFastCommandsShortQuiet(-1));
+    EXPECT_TRUE(manager->setFastCommandsShortQuiet(150));
+    EXPECT_EQ(manager->fastCommandsShortQuiet(), 150);
+}
+
+// "select all" said with a long pause between its words: libvosk's partial
+// reads "select all" during the pause, a tenth of a second of quiet passes,
+// and the final result holds "select" alone. The words are heard again
+// with "all", and the command arrives whole.
+TEST_F(FastCommands, APauseInsideAPhraseDoesNotCutIt)
+{
+    allCommandsOn();
+    ASSERT_TRUE(manager->setFastCommands(KSR_VoskManager::RecommendedFastCommandsQuiet));
+    ASSERT_TRUE(manager->setFastCommandsShortQuiet(100));
+    manager->startRecognizing();
+    hear("cmd_select_all.wav");
+    hear("cmd_close_window.wav");
+    EXPECT_EQ(commandTexts(), (Strings{"select all", "close window"}));
+}

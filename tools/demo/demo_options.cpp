@@ -36,8 +36,11 @@ const char* demoUsage()
            "  --model DIR     acoustic model; default: $KALO_ACOUSTIC_MODEL_PATH, else the bundled one\n"
            "  --json          one JSON object per line instead of text\n"
            "  --hypotheses    also print partial results (each new one once)\n"
-           "  --fast-commands [MS]  end a command after MS of quiet (default 250) instead of the\n"
-           "                  decoder's own end of utterance; no command is typed into dictation\n"
+           "  --fast-commands [MS]  end a command after quiet instead of the decoder's own end of\n"
+           "                  utterance; no command is typed into dictation. MS (default 250) is the\n"
+           "                  long quiet, waited after a phrase that a longer one begins with (\"page\"\n"
+           "                  while \"page down\" is on); 500 outlasts a pause inside a phrase\n"
+           "  --short-quiet MS  the quiet after a phrase that nothing can continue (default 120)\n"
            "  --chain         phrases said in one breath (\"north open file\") count one by one\n"
            "\n"
            "exit status: 0 done, 2 bad arguments, 3 no usable model, 4 bad grammar file,\n"
@@ -83,6 +86,15 @@ bool parseDemoOptions(int argc, char** argv, DemoOptions& options, std::string& 
                 }
                 options.fastCommands = static_cast<int>(quiet);
             }
+        } else if (argument == "--short-quiet") {
+            const std::string value = hasValue ? argv[++i] : std::string();
+            char* end = nullptr;
+            const long quiet = std::strtol(value.c_str(), &end, 10);
+            if (value.empty() || *end != '\0' || quiet < 0 || quiet > 5000) {
+                error = "--short-quiet needs a quiet time of 0 to 5000 ms, not \"" + value + "\"";
+                return false;
+            }
+            options.shortQuiet = static_cast<int>(quiet);
         } else if (argument == "--grammar" || argument == "--model" || argument == "--seconds") {
             if (!hasValue) {
                 error = argument + " needs a value";

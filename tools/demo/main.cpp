@@ -176,6 +176,9 @@ int main(int argc, char** argv)
     if (!registerGrammarFile(recognizer, grammar, names, error))
         return fail(HostExit::Grammar, "grammar file " + grammarPath + ": " + error);
 
+    if (options.shortQuiet >= 0)
+        recognizer.setFastCommandsShortQuiet(options.shortQuiet);
+
     EventPrinter printer(recognizer, names, options.json, options.hypotheses);
     if (options.source == DemoOptions::Source::Files)
         return hearFiles(recognizer, printer, options.files);
