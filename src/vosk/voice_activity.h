@@ -26,6 +26,8 @@ public:
     long long samplesSinceVoice() const { return m_heard - m_lastVoiceEnd; }
     // Samples of whole frames heard so far.
     long long samplesHeard() const { return m_heard; }
+    // Where the last voiced frame ended, in samples heard (0 before any).
+    long long voiceEnd() const { return m_lastVoiceEnd; }
 
 private:
     void endFrame();

@@ -57,10 +57,10 @@ void Engine::processAudio(const char* data, int length)
     // early end was switched off meanwhile.
     const bool fast = m_earlyEndMilliseconds > 0;
     VoiceActivity& voice = mp_fast->voice;
-    const long long voiceEndBefore = voice.samplesHeard() - voice.samplesSinceVoice();
+    const long long voiceEndBefore = voice.voiceEnd();
     if (fast || !mp_fast->held.empty() || mp_fast->waitingForVoice)
         voice.feed(reinterpret_cast<const std::int16_t*>(data), static_cast<std::size_t>(length) / 2);
-    const bool voiced = voice.samplesHeard() - voice.samplesSinceVoice() != voiceEndBefore;
+    const bool voiced = voice.voiceEnd() != voiceEndBefore;
 
     bool commandTaken = false;
     std::string withPreRoll;

@@ -93,23 +93,20 @@ void Engine::followCommandPartial(const std::string& json, bool accepted, bool& 
         }
     }
     const int longQuiet = m_earlyEndMilliseconds;
-    if (!fast.partialWhole) {
-        // Words that neither are nor begin a command ("[unk]" above all) can
-        // never become one: after the long quiet the utterance is ended, so
-        // that the next words start a fresh one. Left alone, the decoder
-        // often goes on matching the quiet against the garbage word, never
-        // finds the trailing silence that ends an utterance, and hands the
-        // next command over as "[unk] <command>", which is refused.
-        const long long quiet = longQuiet * kSamplesPerMillisecond;
-        if (fast.partialMatch == PhraseMatch::None && !fast.partial.empty() && now - fast.partialChangedAt >= quiet &&
-            fast.voice.samplesSinceVoice() >= quiet)
-            finishCommandUtterance(commandTaken, true);
-        return;
-    }
     const int shortQuiet = m_earlyEndShortMilliseconds;
-    const int quietMilliseconds = fast.partialMatch == PhraseMatch::Complete && shortQuiet > 0
-                                      ? std::min(shortQuiet, longQuiet)
-                                      : longQuiet;
+    int quietMilliseconds = longQuiet;
+    if (fast.partialWhole) {
+        if (fast.partialMatch == PhraseMatch::Complete && shortQuiet > 0)
+            quietMilliseconds = std::min(shortQuiet, longQuiet);
+    } else if (fast.partialMatch != PhraseMatch::None || fast.partial.empty()) {
+        return;  // the beginning of a phrase, or nothing heard: libvosk decides
+    }
+    // Words that neither are nor begin a command ("[unk]" above all) can
+    // never become one: after the long quiet the utterance is ended too, so
+    // that the next words start a fresh one. Left alone, the decoder often
+    // goes on matching the quiet against the garbage word, never finds the
+    // trailing silence that ends an utterance, and hands the next command
+    // over as "[unk] <command>", which is refused.
     const long long quiet = quietMilliseconds * kSamplesPerMillisecond;
     if (now - fast.partialChangedAt < quiet || fast.voice.samplesSinceVoice() < quiet)
         return;
