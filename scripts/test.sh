@@ -39,6 +39,7 @@ for arg in "$@"; do
 done
 cd "$(dirname "$0")/.."
 . scripts/lib/quiet_build.sh
+. scripts/lib/failed_tests.sh
 ROOT=$(pwd)
 JOBS=$(nproc)
 
@@ -74,6 +75,7 @@ run_ctest() { # dir, ctest options...
   PASSED=$(( PASSED + ${total:-0} - ${failed:-0} ))
   FAILED=$(( FAILED + ${failed:-0} ))
   if [ "$rc" -ne 0 ] || [ -z "$line" ]; then
+    failed_tests_report "$dir"
     echo "summary: $PASSED passed, $(( FAILED > 0 ? FAILED : 1 )) failed"
     exit 1
   fi

@@ -7,6 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 . scripts/lib/quiet_build.sh
+. scripts/lib/failed_tests.sh
 BUILD=build-qt5
 JOBS=${KSR_JOBS:-2}
 
@@ -46,6 +47,6 @@ say "running the Qt tests"
 # than half of what it costs in the sanitized build, which runs them with
 # every setting on (.all).
 ctest --test-dir "$BUILD" --output-on-failure -j "$JOBS" --no-tests=error -L '^qt$' -LE realtime \
-  -E '^MicEndToEnd\..*\.all$' | tee "$BUILD/ctest.log"
+  -E '^MicEndToEnd\..*\.all$' | tee "$BUILD/ctest.log" || { failed_tests_report "$BUILD"; exit 1; }
 ctest --test-dir "$BUILD" --output-on-failure --no-tests=error -R '^MicEndToEnd\.CommandsArriveOnTheHostThreadWithTheirIds\.realtime$' \
-  | tee "$BUILD/ctest-realtime.log"
+  | tee "$BUILD/ctest-realtime.log" || { failed_tests_report "$BUILD"; exit 1; }

@@ -16,6 +16,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 . scripts/lib/quiet_build.sh
+. scripts/lib/failed_tests.sh
 ROOT=$(pwd)
 BUILD=$ROOT/build-win
 JOBS=$(nproc)
@@ -74,6 +75,7 @@ boot_ms=$(( ($(date +%s%N) - started) / 1000000 ))
 say "Wine's first start (new prefix): ${boot_ms} ms"
 
 started=$(date +%s%N)
-ctest --test-dir "$BUILD" --output-on-failure -j "$JOBS" | tee "$BUILD/ctest.log"
+ctest --test-dir "$BUILD" --output-on-failure -j "$JOBS" | tee "$BUILD/ctest.log" \
+  || { failed_tests_report "$BUILD"; exit 1; }
 tests_ms=$(( ($(date +%s%N) - started) / 1000000 ))
 say "tests under Wine: ${tests_ms} ms"
