@@ -74,3 +74,10 @@ speak pause_open_file_hello_world  en+quincy  150 45 white "open file|450|hello 
 # Speech outside any command grammar.
 speak oog_people_house           en-us+f3     160 40 pink  "the people are in the house"
 speak oog_good_morning           en+quincy    150 45 white "good morning to you"
+# Prefix pairs: a phrase that a longer one begins with, alone and with a
+# pause inside the longer one.
+speak prefix_page                en-us+f3     160 40 pink  "page"
+speak prefix_zoom                en+quincy    150 45 white "zoom"
+speak pause_page_350_down        en-us+f3     160 40 pink  "page|350|down"
+speak pause_zoom_200_in          en+quincy    150 45 white "zoom|200|in"
+speak pause_new_350_line         en-us+f3     160 40 pink  "new|350|line"

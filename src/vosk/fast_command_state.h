@@ -50,7 +50,7 @@ struct FastCommandState {
         utteranceComplete = true;
     }
 
-    VoiceActivity voice;
+    VoiceActivity voice{VoiceActivity::Rule::TheSpeaker};
     std::shared_ptr<const PhraseIndex> index;
     std::string partial;             // the command recognizer's latest partial text
     long long partialChangedAt = 0;  // in samples heard, when it last changed

@@ -553,3 +553,68 @@ TEST_F(EngineQuietTimes, WordsThatCanBecomeNoCommandEndAfterTheLongQuiet)
     EXPECT_EQ(FakeVosk::alive(Kind::Command), 0);
     EXPECT_TRUE(commands.empty());
 }
+
+namespace {
+
+// A sine of `hertz` at 16 kHz, from sample `from` on (so that pieces join).
+std::vector<std::int16_t> sine(double hertz, double amplitude, std::size_t samples, std::size_t from = 0)
+{
+    std::vector<std::int16_t> out(samples);
+    for (std::size_t i = 0; i < samples; ++i)
+        out[i] = static_cast<std::int16_t>(
+            amplitude * std::sin(2.0 * 3.14159265358979323846 * hertz * static_cast<double>(from + i) / 16000.0));
+    return out;
+}
+
+std::vector<std::int16_t> mixed(const std::vector<std::int16_t>& a, const std::vector<std::int16_t>& b)
+{
+    std::vector<std::int16_t> out(a.size());
+    for (std::size_t i = 0; i < a.size(); ++i)
+        out[i] = static_cast<std::int16_t>(a[i] + b[i]);
+    return out;
+}
+
+}  // namespace
+
+// A 30 Hz rumble as loud as the voice: its energy in 10 ms frames swings
+// with its phase, and heard whole it would never let the quiet begin.
+// The speaker's rule hears above it.
+TEST(VoiceActivity, ARumbleUnderTheVoiceDoesNotHideTheQuietAfterIt)
+{
+    Vosk::VoiceActivity voice(Vosk::VoiceActivity::Rule::TheSpeaker);
+    const std::size_t lead = 16000, speech = 4800, after = 4800;
+    const auto rumble = sine(30.0, 3000.0, lead + speech + after);
+    voice.feed(rumble.data(), lead);
+    const auto said = mixed(std::vector<std::int16_t>(rumble.begin() + lead, rumble.begin() + lead + speech),
+                            sine(764.0, 3000.0, speech));
+    voice.feed(said.data(), said.size());
+    EXPECT_EQ(voice.samplesSinceVoice(), 0);
+    voice.feed(rumble.data() + lead + speech, after);
+    EXPECT_EQ(voice.samplesSinceVoice(), static_cast<long long>(after));
+}
+
+// Talk around the speaker, more than 20 dB below the speaker's voice and
+// coming and going every 50 ms: not the speaker while the speaker's voice
+// is within the last second, voice again once it is not.
+TEST(VoiceActivity, TalkFarBelowTheSpeakerIsQuietForASecondAfterTheSpeaker)
+{
+    Vosk::VoiceActivity voice(Vosk::VoiceActivity::Rule::TheSpeaker);
+    const auto floor = tone(16000, 20.0);
+    voice.feed(floor.data(), floor.size());
+    const auto speaker = tone(4800, 3000.0);
+    voice.feed(speaker.data(), speaker.size());
+    ASSERT_EQ(voice.samplesSinceVoice(), 0);
+    // 2 s of talk at a twentieth of the speaker's amplitude (-26 dB), on for
+    // 50 ms and off for 50 ms: each "on" stands 20 dB above the floor.
+    std::vector<std::int16_t> talk;
+    for (int burst = 0; burst < 20; ++burst) {
+        const auto on = tone(800, 150.0);
+        const auto off = tone(800, 15.0);
+        talk.insert(talk.end(), on.begin(), on.end());
+        talk.insert(talk.end(), off.begin(), off.end());
+    }
+    voice.feed(talk.data(), 16000);  // the speaker's voice left the last second at its end
+    EXPECT_EQ(voice.samplesSinceVoice(), 16000);
+    voice.feed(talk.data() + 16000, 800);
+    EXPECT_EQ(voice.samplesSinceVoice(), 0);
+}

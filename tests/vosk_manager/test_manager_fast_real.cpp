@@ -328,3 +328,31 @@ TEST_F(FastCommands, APauseInsideAPhraseDoesNotCutIt)
     hear("cmd_close_window.wav");
     EXPECT_EQ(commandTexts(), (Strings{"select all", "close window"}));
 }
+
+// With a phrase and a longer one that begins with it in one grammar, the
+// shorter one said alone ends after the long quiet, and a pause inside the
+// longer one (200 and 350 ms) does not cut it.
+TEST_F(FastCommands, APhraseALongerOneBeginsWithIsNotCutByAPauseInsideTheLongerOne)
+{
+    allCommandsOn({"page", "page down", "zoom"});
+    ASSERT_TRUE(manager->setFastCommands(KSR_VoskManager::RecommendedFastCommandsQuiet));
+    manager->startRecognizing();
+    hear(ownClip("prefix_page.wav"));
+    hear(ownClip("pause_page_350_down.wav"));
+    hear(ownClip("prefix_zoom.wav"));
+    hear(ownClip("pause_zoom_200_in.wav"));
+    EXPECT_EQ(commandTexts(), (Strings{"page", "page down", "zoom", "zoom in"}));
+    EXPECT_EQ(manager->failures(), 0);
+}
+
+// "new … line", a pause of 350 ms inside a formatting phrase: one line break.
+TEST_F(FastCommands, APauseInsideAFormattingPhraseDoesNotCutIt)
+{
+    allCommandsOn();
+    ASSERT_TRUE(manager->setFastCommands(KSR_VoskManager::RecommendedFastCommandsQuiet));
+    manager->startRecognizing();
+    hear(ownClip("pause_new_350_line.wav"));
+    EXPECT_EQ(document(), "\n");
+    EXPECT_TRUE(commandTexts().empty());
+    EXPECT_EQ(manager->failures(), 0);
+}
