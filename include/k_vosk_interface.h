@@ -92,6 +92,16 @@ public:
     void setListeningPace(int milliseconds);
     int listeningPace() const;
 
+    // How much audio the microphone keeps while the listening thread is held
+    // up (a final result, a grammar rebuild, a busy machine); what arrives
+    // while it is full is lost, and the log says so. Half a second by
+    // default; RecommendedMicrophoneBuffer (4000 ms) rides out a stall of a
+    // few seconds for a little memory and no latency. Takes effect when the
+    // microphone next opens; false (and no change) below 100 ms.
+    static constexpr int RecommendedMicrophoneBuffer = 4000;
+    bool setMicrophoneBuffer(int milliseconds);
+    int microphoneBuffer() const;
+
     // Silence skipping, a host setting, off by default. Decoding quiet costs
     // the recognizers as much processor time as decoding speech (a third to
     // a half of a core), so a host that listens all day may let them skip

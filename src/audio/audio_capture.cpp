@@ -22,9 +22,6 @@ extern "C" {
 
 namespace {
 
-// How much audio the capture device keeps between two reads (see openCapture).
-const int kDeviceBufferMs = 4000;
-
 // Null instead of an exception when memory runs out. Buffers are zeroed only
 // where a read replaces its capture buffer; the others are written before
 // they are read.
@@ -74,7 +71,7 @@ bool AudioDevice::openCapture(bool logOpenFailure)
     const int captureHertz = AudioFormats::rateHertz(m_captureRate);
     // Sixteen seconds of audio: far more than a read ever finds waiting.
     m_captureCapacity = captureHertz * 16;
-    m_deviceBufferFrames = static_cast<int>(static_cast<long long>(captureHertz) * kDeviceBufferMs / 1000);
+    m_deviceBufferFrames = static_cast<int>(static_cast<long long>(captureHertz) * m_captureBufferMs / 1000);
     mp_captureBuffer =
         bytes(static_cast<long long>(m_captureCapacity) * captureBufferFrameBytes(m_captureFormat, m_outputFormat));
     if (!mp_captureBuffer)
@@ -85,12 +82,13 @@ bool AudioDevice::openCapture(bool logOpenFailure)
         return false;
     }
 
-    // The device's own ring buffer holds kDeviceBufferMs: what arrives while
-    // it is full is lost. A final result, a grammar rebuild or a busy machine
-    // can keep the listening thread from reading for a while; half a second
-    // was too little to ride that out (a dictated word went missing), and a
-    // larger buffer costs a little memory and no latency (the device still
-    // hands audio over every few milliseconds). OpenAL's back end
+    // The device's own ring buffer holds m_captureBufferMs, half a second
+    // unless the host asked for more: what arrives while it is full is lost.
+    // A final result, a grammar rebuild or a busy machine can keep the
+    // listening thread from reading for a while; half a second can be too
+    // little to ride that out (a dictated word went missing on a slow
+    // machine), and a larger buffer costs a little memory and no latency
+    // (the device still hands audio over every few milliseconds). OpenAL's back end
     // looks a device name up in the capture list that enumeration rebuilds,
     // so the open takes the enumeration lock too
     // (AudioModuleState::enumerationMutex). A list made while the chosen
@@ -195,7 +193,8 @@ const char* AudioDevice::readSamples()
 
     // A full buffer has been dropping what arrived since it filled up.
     if (waiting >= m_deviceBufferFrames)
-        audioLog("The capture buffer of %d ms was full: listening fell behind and audio was lost\n", kDeviceBufferMs);
+        audioLog("The capture buffer of %d ms was full: listening fell behind and audio was lost\n",
+                 m_deviceBufferFrames * 1000 / AudioFormats::rateHertz(m_captureRate));
 
     if (waiting > m_captureCapacity) {
         std::unique_ptr<char[]> larger = zeroedBytes(

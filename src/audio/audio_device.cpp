@@ -247,6 +247,16 @@ bool AudioDevice::setChannels(bool output, int stereo)
 
 void AudioDevice::setResampling(bool resampling) { m_resampling = resampling; }
 
+bool AudioDevice::setCaptureBufferMilliseconds(int milliseconds)
+{
+    if (milliseconds < 100)
+        return false;
+    m_captureBufferMs = milliseconds;
+    return true;
+}
+
+int AudioDevice::captureBufferMilliseconds() const { return m_captureBufferMs; }
+
 bool AudioDevice::isCapturing() const { return mp_captureDevice != nullptr; }
 
 std::uint32_t AudioDevice::readBytes() const

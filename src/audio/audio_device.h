@@ -1,6 +1,7 @@
 #ifndef KSR_AUDIO_DEVICE_H
 #define KSR_AUDIO_DEVICE_H
 
+#include <atomic>
 #include <AL/alc.h>
 
 #include <cstdint>
@@ -67,6 +68,16 @@ public:
     bool setChannels(bool output, int stereo);
     void setResampling(bool resampling);
 
+    // How much audio the capture device keeps between two reads; what
+    // arrives while it is full is lost. Half a second by default; a host
+    // whose listening thread can be held up longer (a final result, a
+    // grammar rebuild, a busy machine) asks for RecommendedCaptureBufferMs.
+    // Takes effect when capture next opens; refuses values below 100 ms.
+    static constexpr int DefaultCaptureBufferMs = 500;
+    static constexpr int RecommendedCaptureBufferMs = 4000;
+    bool setCaptureBufferMilliseconds(int milliseconds);
+    int captureBufferMilliseconds() const;
+
     bool isCapturing() const;
     bool startCapture();
     // startCapture for a retry: a device that cannot be opened (yet) is not
@@ -114,6 +125,7 @@ private:
     ALCdevice* mp_captureDevice;
     int m_captureCapacity;
     int m_deviceBufferFrames;  // what the device holds for us between reads
+    std::atomic<int> m_captureBufferMs{DefaultCaptureBufferMs};  // set from the host's thread
     std::unique_ptr<char[]> mp_captureBuffer;
     std::unique_ptr<char[]> mp_resampledBuffer;
     int m_sampleCount;

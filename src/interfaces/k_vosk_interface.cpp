@@ -78,6 +78,13 @@ void K_VoskInterface::setListeningPace(int milliseconds) { m_listeningPace = mil
 
 int K_VoskInterface::listeningPace() const { return m_listeningPace; }
 
+bool K_VoskInterface::setMicrophoneBuffer(int milliseconds)
+{
+    return audio && audio->setCaptureBufferMilliseconds(milliseconds);
+}
+
+int K_VoskInterface::microphoneBuffer() const { return audio ? audio->captureBufferMilliseconds() : 0; }
+
 void K_VoskInterface::setSilenceSkipping(bool on) { m_silenceSkipping = on; }
 
 bool K_VoskInterface::silenceSkipping() const { return m_silenceSkipping; }

@@ -34,25 +34,32 @@ TEST_F(CaptureOnFakeOpenAl, ReadHandsOutTheCapturedFramesInOrder)
     EXPECT_EQ(captures()[0].available, 0);
 }
 
-TEST_F(CaptureOnFakeOpenAl, TheDeviceKeepsFourSecondsBetweenReads)
+TEST_F(CaptureOnFakeOpenAl, TheDeviceKeepsHalfASecondUnlessAskedForMore)
 {
-    EXPECT_EQ(captures()[0].bufferSize, 44100 * 4);
+    EXPECT_EQ(captures()[0].bufferSize, 22050);
+    EXPECT_EQ(device->captureBufferMilliseconds(), AudioDevice::DefaultCaptureBufferMs);
+    EXPECT_FALSE(device->setCaptureBufferMilliseconds(99));
+    EXPECT_EQ(device->captureBufferMilliseconds(), AudioDevice::DefaultCaptureBufferMs);
+    ASSERT_TRUE(device->stopCapture());
+    ASSERT_TRUE(device->setCaptureBufferMilliseconds(AudioDevice::RecommendedCaptureBufferMs));
+    ASSERT_TRUE(device->startCapture());
+    EXPECT_EQ(captures().back().bufferSize, 44100 * 4);
     // A listening thread that fell behind by nearly four seconds loses nothing.
     const int frames = 44100 * 4 - 1;
     ASSERT_TRUE(FakeOpenAl::deliver(frames));
     std::string logged = written([&] { ASSERT_NE(device->readSamples(), nullptr); });
     EXPECT_EQ(logged, "");
     EXPECT_EQ(device->readBytes(), static_cast<std::uint32_t>(frames) * 2u);
-    EXPECT_EQ(captures()[0].framesLost, 0);
+    EXPECT_EQ(captures().back().framesLost, 0);
 }
 
 TEST_F(CaptureOnFakeOpenAl, AFullDeviceBufferSaysThatAudioWasLost)
 {
-    ASSERT_TRUE(FakeOpenAl::deliver(44100 * 4 + 441));
+    ASSERT_TRUE(FakeOpenAl::deliver(22050 + 441));
     EXPECT_EQ(captures()[0].framesLost, 441);
     std::string logged = written([&] { ASSERT_NE(device->readSamples(), nullptr); });
-    EXPECT_EQ(logged, "The capture buffer of 4000 ms was full: listening fell behind and audio was lost\n");
-    EXPECT_EQ(device->readBytes(), 44100u * 4u * 2u);
+    EXPECT_EQ(logged, "The capture buffer of 500 ms was full: listening fell behind and audio was lost\n");
+    EXPECT_EQ(device->readBytes(), 22050u * 2u);
     // Reads in time say nothing more.
     ASSERT_TRUE(FakeOpenAl::deliver(441));
     logged = written([&] { ASSERT_NE(device->readSamples(), nullptr); });

@@ -244,7 +244,7 @@ TEST_F(AudioOpenAlFailures, UnknownCaptureDeviceNameFailsToOpen)
     ASSERT_TRUE(device->setCaptureDeviceName("Unplugged Headset"));
     EXPECT_EQ(written([&] { EXPECT_FALSE(device->startCapture()); }), "Could not open capturing device: a004\n");
     EXPECT_EQ(FakeOpenAl::callsStartingWith("alcCaptureOpenDevice"),
-              Strings{"alcCaptureOpenDevice(\"Unplugged Headset\", 44100, AL_FORMAT_MONO16, 176400) = null"});
+              Strings{"alcCaptureOpenDevice(\"Unplugged Headset\", 44100, AL_FORMAT_MONO16, 22050) = null"});
 }
 
 TEST_F(AudioOpenAlFailures, CaptureOpenFailuresThatLaterSucceed)

@@ -41,6 +41,8 @@ const char* demoUsage()
            "                  long quiet, waited after a phrase that a longer one begins with (\"page\"\n"
            "                  while \"page down\" is on); 500 outlasts a pause inside a phrase\n"
            "  --short-quiet MS  the quiet after a phrase that nothing can continue (default 120)\n"
+           "  --mic-buffer MS   audio the microphone keeps while listening is held up (default 500;\n"
+           "                    4000 rides out a busy machine)\n"
            "  --chain         phrases said in one breath (\"north open file\") count one by one\n"
            "\n"
            "exit status: 0 done, 2 bad arguments, 3 no usable model, 4 bad grammar file,\n"
@@ -86,6 +88,15 @@ bool parseDemoOptions(int argc, char** argv, DemoOptions& options, std::string& 
                 }
                 options.fastCommands = static_cast<int>(quiet);
             }
+        } else if (argument == "--mic-buffer") {
+            const std::string value = hasValue ? argv[++i] : std::string();
+            char* end = nullptr;
+            const long buffer = std::strtol(value.c_str(), &end, 10);
+            if (value.empty() || *end != '\0' || buffer < 100 || buffer > 60000) {
+                error = "--mic-buffer needs 100 to 60000 ms, not \"" + value + "\"";
+                return false;
+            }
+            options.microphoneBuffer = static_cast<int>(buffer);
         } else if (argument == "--short-quiet") {
             const std::string value = hasValue ? argv[++i] : std::string();
             char* end = nullptr;

@@ -20,6 +20,7 @@ struct DemoOptions {
     bool skipSilence = false;        // --skip-silence
     bool listDevices = false;        // --list-mics
     int fastCommands = -1;           // --fast-commands [MS]: quiet time; -1: as the grammar file says
+    int microphoneBuffer = 0;        // --mic-buffer MS: what the microphone keeps between reads; 0: the module's
     int shortQuiet = -1;             // --short-quiet MS: the early end's short quiet; -1: the module's
     bool chain = false;              // --chain
     bool help = false;               // --help

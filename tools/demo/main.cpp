@@ -125,6 +125,8 @@ int listen(QCoreApplication& app, DemoRecognizer& recognizer, EventPrinter& prin
     if (!options.poll)
         recognizer.setListeningPace(K_VoskInterface::RecommendedListeningPace);
     recognizer.setSilenceSkipping(options.skipSilence);
+    if (options.microphoneBuffer > 0)
+        recognizer.setMicrophoneBuffer(options.microphoneBuffer);
     recognizer.start();
     app.exec();
     recognizer.stop();

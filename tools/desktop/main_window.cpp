@@ -45,6 +45,8 @@ MainWindow::MainWindow(QWidget* parent)
     // nobody speaks and keeps listening through a lost microphone;
     // hypotheses come once per change rather than once per chunk of audio.
     m_recognizer->setListeningPace(K_VoskInterface::RecommendedListeningPace);
+    // A desktop runs other work beside listening: ride out a stall.
+    m_recognizer->setMicrophoneBuffer(K_VoskInterface::RecommendedMicrophoneBuffer);
     m_recognizer->setSilenceSkipping(true);
     m_recognizer->setHypothesisOnChangeOnly(true);
     buildLayout();
