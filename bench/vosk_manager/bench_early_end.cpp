@@ -23,7 +23,8 @@
 // further result, or any for a clip of no command).
 // Goals for the grammar-aware rows: median <= 150 ms and p95 <= 200 ms for
 // phrases nothing can continue, in every noise condition; nothing cut or
-// wrong; nothing from speech of no command.
+// wrong; nothing from speech of no command; at least 9 in 10 commands heard
+// (the model itself misses a few clips, early end or not).
 #include <sndfile.h>
 
 #include <algorithm>
@@ -112,12 +113,12 @@ public:
         std::string text;
         double atMs;
     };
-    void processRecognition(KSR::SRData data) override { heard.push_back({data.text, nowMs}); }
+    // Timed by the caller once the chunk that gave it is done.
+    void processRecognition(KSR::SRData data) override { heard.push_back({data.text, 0.0}); }
     void processRecognitionFailed() override {}
     void processHypothesis(KSR::SRData) override {}
 
     std::vector<Heard> heard;
-    double nowMs = 0;  // when the chunk being heard is done, in clip time
 };
 
 struct Trial {
@@ -149,7 +150,6 @@ std::vector<Trial> hearAll(const Row& row, const std::string& model, const std::
         for (std::size_t at = 0; at + kChunk <= clip.samples.size(); at += kChunk) {
             const double arrivesMs = static_cast<double>(at + kChunk) * 1000.0 / kRate;
             const double before = threadCpuMs();
-            listener.nowMs = std::max(doneMs, arrivesMs);  // provisional, for results of this chunk
             const std::size_t already = listener.heard.size();
             listener.processAudio(reinterpret_cast<const char*>(clip.samples.data() + at), kChunk * 2);
             doneMs = std::max(doneMs, arrivesMs) + (threadCpuMs() - before);
@@ -259,7 +259,7 @@ int main(int argc, char** argv)
                         tally.cut, tally.wrong, tally.missed, tally.extra);
             if (row.longQuiet > 0 && row.shortQuiet < row.longQuiet)
                 goalMet = goalMet && p50 <= 150.0 && p95 <= 200.0 && tally.cut == 0 && tally.wrong == 0 &&
-                          tally.extra == 0;
+                          tally.extra == 0 && tally.right * 10 >= (tally.right + tally.missed) * 9;
         }
         if (std::getenv("KSR_BENCH_VERBOSE"))
             for (const Trial& trial : trials) {
@@ -270,7 +270,7 @@ int main(int argc, char** argv)
             }
     }
     std::printf("  goal, grammar-aware: median <= 150 ms, p95 <= 200 ms for phrases nothing can continue, in every "
-                "noise; nothing cut, wrong or extra: %s\n",
+                "noise; nothing cut, wrong or extra; 9 in 10 heard: %s\n",
                 goalMet ? "met" : "NOT met");
     return 0;
 }

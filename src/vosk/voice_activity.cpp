@@ -79,7 +79,9 @@ void VoiceActivity::endFrame()
     m_frames = std::min(m_frames + 1, kSpeakerFrames);
     double floor = energy;
     double speaker = energy;
-    for (int back = 0; back < m_frames; ++back) {
+    // The speaker's level looks a second back; the floor alone, 600 ms.
+    const int frames = m_rule == Rule::TheSpeaker ? m_frames : std::min(m_frames, kFloorFrames);
+    for (int back = 0; back < frames; ++back) {
         const double past = m_history[static_cast<std::size_t>((m_next - 1 - back + kSpeakerFrames) % kSpeakerFrames)];
         if (back < kFloorFrames)
             floor = std::min(floor, past);
