@@ -159,7 +159,9 @@ private:
     // The command recognizer goes without a command: its utterance is over.
     void dropCommandRecognizer();
     bool ensureCommandRecognizer();
-    void runDictationStage(const char* data, int length, bool commandTaken);
+    // `voiced`: the chunk held voice (the dictation recognizer may be asleep
+    // after a command took its words, see fast_command_state.h).
+    void runDictationStage(const char* data, int length, bool voiced, bool commandTaken);
     void runSpellingStage(const char* data, int length, bool commandTaken);
     bool hasDictationFunction() const;
     KSR::CommandRecognizedFunction commandFunction() const;

@@ -13,6 +13,16 @@ void startMetering();
 // CPU seconds inside libvosk since startMetering; metering stops.
 double stopMetering();
 
+// The same time by call, for finding where a difference lies.
+enum Call { AcceptWaveform, Result, PartialResult, FinalResult, NewGrammar, Free, CallKinds };
+struct CallSplit {
+    double seconds[CallKinds] = {};
+    long calls[CallKinds] = {};
+};
+// The split of the last metered stretch.
+CallSplit lastSplit();
+const char* callName(int call);
+
 }  // namespace Bench
 
 #endif

@@ -58,7 +58,7 @@ void Engine::processAudio(const char* data, int length)
     const bool fast = m_earlyEndMilliseconds > 0;
     VoiceActivity& voice = mp_fast->voice;
     const long long voiceEndBefore = voice.voiceEnd();
-    if (fast || !mp_fast->held.empty() || mp_fast->waitingForVoice)
+    if (fast || !mp_fast->held.empty() || mp_fast->commandSleep.asleep() || mp_fast->freeSleep.asleep())
         voice.feed(reinterpret_cast<const std::int16_t*>(data), static_cast<std::size_t>(length) / 2);
     const bool voiced = voice.voiceEnd() != voiceEndBefore;
 
@@ -82,7 +82,7 @@ void Engine::processAudio(const char* data, int length)
         return;
     }
     settleHeldDictation();
-    runDictationStage(data, length, commandTaken);
+    runDictationStage(data, length, voiced, commandTaken);
 }
 
 void Engine::applyPendingChanges()
@@ -132,6 +132,8 @@ bool Engine::ensureCommandRecognizer()
         return false;
     }
     mp_fast->utteranceBegins();
+    // The quiet that ends an utterance without words counts from here.
+    mp_fast->partialChangedAt = mp_fast->voice.samplesHeard();
     return true;
 }
 
@@ -209,11 +211,18 @@ bool Engine::deliverCommandResult(const std::string& json, bool accepted, bool f
     return true;
 }
 
-void Engine::runDictationStage(const char* data, int length, bool commandTaken)
+void Engine::runDictationStage(const char* data, int length, bool voiced, bool commandTaken)
 {
     if (!m_dictationModeEnabled || !mp_dictationRecognizer || !mp_spellingRecognizer ||
         !hasDictationFunction())
         return;
+    std::string woken;
+    if (!mp_fast->freeSleep.feed(data, length, voiced || m_earlyEndMilliseconds <= 0, woken))
+        return;
+    if (!woken.empty()) {
+        data = woken.data();
+        length = static_cast<int>(woken.size());
+    }
     if (m_spellingEnabled) {
         runSpellingStage(data, length, commandTaken);
         return;
@@ -225,6 +234,8 @@ void Engine::runDictationStage(const char* data, int length, bool commandTaken)
     // and drop the words that were just taken as a command.
     if (m_modeChanged.exchange(false) || commandTaken) {
         mp_dictationRecognizer->finalResult();
+        if (commandTaken && m_earlyEndMilliseconds > 0)
+            mp_fast->freeSleep.fallAsleep();
         return;
     }
 
@@ -288,6 +299,7 @@ void Engine::processFinalAudio()
     }
     mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
     settleHeldDictation();
+    mp_fast->freeSleep.forgetPreRoll();
     if (mp_dictationRecognizer)
         mp_dictationRecognizer->finalResult();
     if (mp_spellingRecognizer)

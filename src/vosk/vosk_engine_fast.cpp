@@ -98,8 +98,8 @@ void Engine::followCommandPartial(const std::string& json, bool accepted, bool& 
     if (fast.partialWhole) {
         if (fast.partialMatch == PhraseMatch::Complete && shortQuiet > 0)
             quietMilliseconds = std::min(shortQuiet, longQuiet);
-    } else if (fast.partialMatch != PhraseMatch::None || fast.partial.empty()) {
-        return;  // the beginning of a phrase, or nothing heard: libvosk decides
+    } else if (fast.partialMatch != PhraseMatch::None) {
+        return;  // the beginning of a phrase: libvosk decides
     }
     // Words that neither are nor begin a command ("[unk]" above all) can
     // never become one: after the long quiet the utterance is ended too, so
@@ -107,6 +107,14 @@ void Engine::followCommandPartial(const std::string& json, bool accepted, bool& 
     // goes on matching the quiet against the garbage word, never finds the
     // trailing silence that ends an utterance, and hands the next command
     // over as "[unk] <command>", which is refused.
+    // No words at all after the long quiet: the voice that woke the
+    // recognizer was none (a noise floor that rose, a click), and the
+    // recognizer goes back to sleep until the next voice. Left decoding, it
+    // stays in an utterance without words until libvosk's end for those,
+    // five seconds of quiet, at two to four times the usual cost per frame
+    // (measured on a rise of the noise floor: 4 s of audio for 0.3 s of
+    // CPU). The final result still decides: words the partial had not
+    // shown yet are delivered or kept like any others.
     const long long quiet = quietMilliseconds * kSamplesPerMillisecond;
     if (now - fast.partialChangedAt < quiet || fast.voice.samplesSinceVoice() < quiet)
         return;
@@ -143,14 +151,16 @@ void Engine::finishCommandUtterance(bool& commandTaken, bool early)
     mp_commandRecognizer.reset();
     fast.commandRecognizerGone();
     fast.utteranceBegins();
-    fast.waitingForVoice = m_earlyEndMilliseconds > 0;
-    fast.preRoll.clear();
+    if (m_earlyEndMilliseconds > 0)
+        fast.commandSleep.fallAsleep();
+    else
+        fast.commandSleep.stayAwake();
 }
 
 bool Engine::commandStageWanted(const char* data, int length, bool voiced, std::string& withPreRoll)
 {
     FastCommandState& fast = *mp_fast;
-    if (!fast.waitingForVoice)
+    if (!fast.commandSleep.asleep())
         return true;
     const bool resuming = !fast.resumed.empty() && fast.voice.samplesHeard() <= fast.resumeBy;
     if (!resuming && !fast.resumed.empty()) {
@@ -158,18 +168,11 @@ bool Engine::commandStageWanted(const char* data, int length, bool voiced, std::
         fast.resumed.clear();
         fast.held.decide(HeldDictation::Verdict::NotTaken);
     }
-    if (voiced || m_earlyEndMilliseconds <= 0) {
-        fast.waitingForVoice = false;
-        withPreRoll.swap(fast.resumed);
-        withPreRoll += fast.preRoll;
-        fast.preRoll.clear();
-        withPreRoll.append(data, static_cast<std::size_t>(length));
-        return true;
-    }
-    fast.preRoll.append(data, static_cast<std::size_t>(length));
-    if (fast.preRoll.size() > FastCommandState::kPreRollBytes)
-        fast.preRoll.erase(0, fast.preRoll.size() - FastCommandState::kPreRollBytes);
-    return false;
+    if (!fast.commandSleep.feed(data, length, voiced || m_earlyEndMilliseconds <= 0, withPreRoll))
+        return false;
+    withPreRoll.insert(0, fast.resumed);
+    fast.resumed.clear();
+    return true;
 }
 
 bool Engine::deliverChain(const std::string& json, bool& commandTaken)

@@ -618,3 +618,81 @@ TEST(VoiceActivity, TalkFarBelowTheSpeakerIsQuietForASecondAfterTheSpeaker)
     voice.feed(talk.data() + 16000, 800);
     EXPECT_EQ(voice.samplesSinceVoice(), 0);
 }
+
+// A voice that brings no words (a click, a noise floor that rose): the
+// recognizer it woke shows no partial, and after the long quiet it sleeps
+// again until the next voice instead of decoding the noise for seconds.
+TEST_F(EngineQuietTimes, ARecognizerThatHearsNoWordsSleepsAgainAfterTheLongQuiet)
+{
+    feed(1);  // the recognizer of the new grammar is made
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 1);
+    feed(2);
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 1);
+    feed(1);  // 300 ms without words or voice
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 0);
+
+    const long long asleep = bytesFed(Kind::Command);
+    feed(5);
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 0);
+    EXPECT_EQ(bytesFed(Kind::Command), asleep);
+
+    // The next voice: a recognizer with the last 300 ms of quiet and the voice.
+    const auto voice = tone(1600, 3000.0);
+    FakeVosk::pushStep(Kind::Command, 1, final("undo", {"1.0"}));
+    engine.processAudio(reinterpret_cast<const char*>(voice.data()), static_cast<int>(voice.size() * 2));
+    EXPECT_EQ(bytesFed(Kind::Command) - asleep, 3 * 3200 + 3200);
+    EXPECT_EQ(finals(commands), (Deliveries{{"undo", 2}}));
+}
+
+TEST_F(EngineQuietTimes, ARecognizerWithNoWordsStaysAwakeWhileTheVoiceGoesOn)
+{
+    feed(1);  // the recognizer of the new grammar is made, on quiet
+    // 400 ms of a steady tone: voice throughout for the detector, which
+    // takes a sound for the floor once the quiet has left its 600 ms.
+    const auto voice = tone(1600, 3000.0);
+    for (int i = 0; i < 4; ++i)
+        engine.processAudio(reinterpret_cast<const char*>(voice.data()), static_cast<int>(voice.size() * 2));
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 1);
+    feed(2);
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 1);
+    feed(1);
+    EXPECT_EQ(FakeVosk::alive(Kind::Command), 0);
+}
+
+// The words of a taken command are flushed from the dictation recognizer;
+// it then hears nothing until the next voice, and wakes with the last
+// 300 ms before it, as the command recognizer does.
+TEST_F(EngineFast, AfterATakenCommandTheDictationRecognizerSleepsUntilTheNextVoice)
+{
+    engine.setEarlyEnd(250);
+    engine.setDictationModeEnabled(true);
+    feed(1);  // the mode switch's flush
+    FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+    FakeVosk::pushFinal(Kind::Command, final("add comma", {"1.0", "1.0"}));
+    for (int i = 0; i < 3; ++i)
+        FakeVosk::pushStep(Kind::Command, 0, partial("add comma"));
+    feed(4);
+    ASSERT_EQ(finals(commands), (Deliveries{{"add comma", 2}}));
+
+    const long long asleep = bytesFed(Kind::Dictation);
+    feed(6);
+    EXPECT_EQ(bytesFed(Kind::Dictation), asleep);
+
+    const auto voice = tone(1600, 3000.0);
+    FakeVosk::pushStep(Kind::Dictation, 1, final("hello", {"1.0"}));
+    engine.processAudio(reinterpret_cast<const char*>(voice.data()), static_cast<int>(voice.size() * 2));
+    EXPECT_EQ(bytesFed(Kind::Dictation) - asleep, 3 * 3200 + 3200);
+    EXPECT_EQ(finals(dictated), (Deliveries{{"hello", 2}}));
+}
+
+TEST_F(EngineFast, WithoutTheEarlyEndTheDictationRecognizerHearsEveryChunkAfterACommand)
+{
+    engine.setDictationModeEnabled(true);
+    feed(1);
+    FakeVosk::pushStep(Kind::Command, 1, final("add comma", {"1.0", "1.0"}));
+    feed(1);
+    ASSERT_EQ(finals(commands), (Deliveries{{"add comma", 2}}));
+    const long long before = bytesFed(Kind::Dictation);
+    feed(3);
+    EXPECT_EQ(bytesFed(Kind::Dictation) - before, 3 * 3200);
+}
