@@ -371,3 +371,14 @@ TEST(DesktopStartup, OpensTheWindowWithTheBundledGrammarAndRunsUntilQuit)
     EXPECT_EQ(title, QString::fromUtf8("kalo-sr desktop \u2014 grammar.json"));
     EXPECT_EQ(grammars, 3);
 }
+
+TEST_F(DesktopWindow, TheShortQuietBoxSetsTheEarlyEndsShortQuiet)
+{
+    ControlPanel& controls = window->controls();
+    EXPECT_EQ(controls.shortQuiet()->value(), KSR_VoskManager::DefaultFastCommandsShortQuiet);
+    EXPECT_EQ(controls.shortQuiet()->text(), "short 120 ms");
+    controls.fastCommands()->setValue(KSR_VoskManager::RecommendedFastCommandsQuiet);
+    controls.shortQuiet()->setValue(150);
+    EXPECT_EQ(sr().fastCommands(), KSR_VoskManager::RecommendedFastCommandsQuiet);
+    EXPECT_EQ(sr().fastCommandsShortQuiet(), 150);
+}

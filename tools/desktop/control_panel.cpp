@@ -60,9 +60,19 @@ ControlPanel::ControlPanel(HostRecognizer& recognizer, QWidget* parent)
     m_fastCommands->setSingleStep(50);
     m_fastCommands->setSuffix(" ms");
     m_fastCommands->setSpecialValueText("off");
-    m_fastCommands->setToolTip("End a command after this much quiet instead of the decoder's own end");
+    m_fastCommands->setToolTip("End a command after this much quiet instead of the decoder's own end, when a "
+                               "longer phrase could still follow (the long quiet)");
+    m_shortQuiet = new QSpinBox(this);
+    m_shortQuiet->setRange(0, 5000);
+    m_shortQuiet->setSingleStep(10);
+    m_shortQuiet->setPrefix("short ");
+    m_shortQuiet->setSuffix(" ms");
+    m_shortQuiet->setToolTip("The quiet after a phrase that nothing can continue; the long quiet caps it");
+    auto* quiets = new QHBoxLayout;
+    quiets->addWidget(m_fastCommands, 1);
+    quiets->addWidget(m_shortQuiet, 1);
     grid->addWidget(new QLabel("Early end", this), 2, 2);
-    grid->addWidget(m_fastCommands, 2, 3);
+    grid->addLayout(quiets, 2, 3);
 
     m_commandThreshold = percentBox(this);
     m_commandThreshold->setPrefix("commands ");
@@ -120,6 +130,8 @@ void ControlPanel::connectControls()
             [recognizer](int percent) { recognizer->setDictationRequiredConfidence(percent); });
     connect(m_fastCommands, QOverload<int>::of(&QSpinBox::valueChanged), this,
             [recognizer](int quietMs) { recognizer->setFastCommands(quietMs); });
+    connect(m_shortQuiet, QOverload<int>::of(&QSpinBox::valueChanged), this,
+            [recognizer](int quietMs) { recognizer->setFastCommandsShortQuiet(quietMs); });
     connect(m_paced, &QCheckBox::toggled, this, [recognizer](bool on) {
         recognizer->setListeningPace(on ? K_VoskInterface::RecommendedListeningPace : 0);
     });
@@ -135,7 +147,8 @@ void ControlPanel::showSettings()
 {
     const QSignalBlocker quiet[] = {QSignalBlocker(m_microphones), QSignalBlocker(m_rates),
                                     QSignalBlocker(m_commandThreshold), QSignalBlocker(m_dictationThreshold),
-                                    QSignalBlocker(m_fastCommands), QSignalBlocker(m_paced),
+                                    QSignalBlocker(m_fastCommands), QSignalBlocker(m_shortQuiet),
+                                    QSignalBlocker(m_paced),
                                     QSignalBlocker(m_skipSilence), QSignalBlocker(m_chain)};
     m_microphones->clear();
     for (const std::string& name : m_recognizer.availableMicrophones())
@@ -152,6 +165,7 @@ void ControlPanel::showSettings()
     m_commandThreshold->setValue(m_recognizer.getCommandRequiredConfidence());
     m_dictationThreshold->setValue(m_recognizer.dictationRequiredConfidence());
     m_fastCommands->setValue(m_recognizer.fastCommands());
+    m_shortQuiet->setValue(m_recognizer.fastCommandsShortQuiet());
     m_paced->setChecked(m_recognizer.listeningPace() > 0);
     m_skipSilence->setChecked(m_recognizer.silenceSkipping());
     m_chain->setChecked(m_recognizer.commandChaining());

@@ -14,7 +14,8 @@ class QSpinBox;
 // The host's controls, each wired straight to the module: start and stop,
 // the microphone and its rate (the interface's slots, which stop and
 // restart a listening worker themselves), the command and dictation
-// thresholds, paced listening, the early end of commands, chained commands,
+// thresholds, paced listening, the early end of commands (its long and its
+// short quiet), chained commands,
 // and whether hypotheses go to the log.
 class ControlPanel : public QGroupBox {
 public:
@@ -39,6 +40,7 @@ public:
     QCheckBox* pacedListening() const { return m_paced; }
     QCheckBox* silenceSkipping() const { return m_skipSilence; }
     QSpinBox* fastCommands() const { return m_fastCommands; }
+    QSpinBox* shortQuiet() const { return m_shortQuiet; }
     QCheckBox* chaining() const { return m_chain; }
     QCheckBox* hypotheses() const { return m_hypotheses; }
 
@@ -55,6 +57,7 @@ private:
     QCheckBox* m_paced;
     QCheckBox* m_skipSilence;
     QSpinBox* m_fastCommands;
+    QSpinBox* m_shortQuiet;
     QCheckBox* m_chain;
     QCheckBox* m_hypotheses;
 };
