@@ -213,6 +213,8 @@ private:
     bool m_capitalsMode;
     bool m_separator;       // one blank goes before the next dictated text
     bool m_capitaliseNext;  // the next dictated text starts with a capital
+    // Said once: commands cannot be heard before a dictation grammar exists.
+    bool m_toldDictationGrammarMissing = false;
     std::array<KSR::CommandId, kFormattingCount> m_formattingCommandIds;
     KSR::GrammarActivationFunction m_grammarActivationFunction;
     KSR::BoolFunction m_dictationActivatedFunction;

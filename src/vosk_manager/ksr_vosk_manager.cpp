@@ -114,7 +114,14 @@ void KSR_VoskManager::startRecognizing()
         if (mp_engine->chaining())
             mp_engine->setKeyedPhrases(keyedPhrasesLocked());
         mp_engine->setCommandsList(phrases);
-        mp_engine->setActivated(true);
+        // The command grammar is built with the dictation grammar's literal
+        // keyword; without it the engine cannot listen, which a host that
+        // only wants commands would otherwise never learn.
+        if (!mp_engine->setActivated(true) && !phrases.empty() && !m_toldDictationGrammarMissing) {
+            KSR_Logger::Log("No command can be heard before a dictation grammar is added (addDictationGrammar; it may "
+                            "stay switched off): the commands need its literal keyword");
+            m_toldDictationGrammarMissing = true;
+        }
     }
 }
 

@@ -412,3 +412,42 @@ TEST_F(Dictation, WordsExistChecksEveryWord)
                                    "Word Open is not included in current acoustic model!"}));
     EXPECT_TRUE(log.lines().empty());
 }
+
+// A host that only wants commands hears nothing until it adds a dictation
+// grammar (the command grammar is built with its literal keyword): it is
+// told so once, not on every change of its grammars.
+TEST_F(ManagerTest, CommandsWithoutADictationGrammarAreToldOnceThatTheyCannotBeHeard)
+{
+    initialize();
+    const KSR::GrammarId grammar = manager->addCommandGrammar("");
+    const KSR::RuleId rule = manager->addRule(grammar, "commands");
+    manager->addCommand(rule, "open file");
+    log.clear();
+    manager->setActivated(grammar, true);
+    manager->startRecognizing();
+    const Strings told = {"No command can be heard before a dictation grammar is added (addDictationGrammar; it may "
+                          "stay switched off): the commands need its literal keyword"};
+    EXPECT_EQ(log.logs(), told);
+    manager->addCommand(rule, "close window");
+    manager->startRecognizing();
+    EXPECT_EQ(log.logs(), told);
+
+    // Once the dictation grammar is there, the commands are heard.
+    manager->addDictationGrammar("");
+    manager->startRecognizing();
+    EXPECT_EQ(log.logs(), told);
+    EXPECT_TRUE(manager->engine()->isActivated());
+}
+
+TEST_F(ManagerTest, CommandsWithADictationGrammarAreNotToldAnything)
+{
+    initialize();
+    manager->addDictationGrammar("");
+    const KSR::GrammarId grammar = manager->addCommandGrammar("");
+    const KSR::RuleId rule = manager->addRule(grammar, "commands");
+    manager->addCommand(rule, "open file");
+    log.clear();
+    manager->setActivated(grammar, true);
+    manager->startRecognizing();
+    EXPECT_TRUE(log.logs().empty());
+}
