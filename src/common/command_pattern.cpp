@@ -1,0 +1,545 @@
+#include "common/command_pattern.h"
+
+#include <algorithm>
+#include <cctype>
+#include <functional>
+
+#include "common/spoken_number.h"
+
+namespace KSR {
+
+struct CommandPattern::Node {
+    enum class Kind { Word, Choice, Optional, Slot } kind = Kind::Word;
+    std::string word;                    // Word
+    std::vector<Sequence> alternatives;  // Choice: each one; Optional: the one
+    // Slot
+    std::string name;
+    SlotType type = SlotType::Number;
+    long long low = 0, high = 0;  // the range (Number), or the count of words
+    std::string list;
+};
+
+namespace {
+
+using Node = CommandPattern::Node;
+using Sequence = CommandPattern::Sequence;
+using Kind = Node::Kind;
+
+// Bounds that keep every value in range of its type and every match short.
+const long long kLargestNumber = 999999999;  // below a thousand millions
+const long long kMostDigits = 18;
+const long long kMostLetters = 30;
+const long long kMostTextWords = 50;
+// Matching backtracks; a pattern of many optional parts against a long
+// utterance stops after this many steps, as no match.
+const long kMatchSteps = 200000;
+
+bool isSpecial(char c) { return c == '(' || c == ')' || c == '[' || c == ']' || c == '|' || c == '<' || c == '>'; }
+bool isBlank(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
+
+std::string slotText(const std::string& inside) { return "<" + inside + ">"; }
+
+// "A..B" as two non-negative integers.
+bool readRange(const std::string& text, long long& low, long long& high)
+{
+    const std::size_t dots = text.find("..");
+    if (dots == std::string::npos || dots == 0 || dots + 2 >= text.size())
+        return false;
+    long long* const ends[] = {&low, &high};
+    const std::string parts[] = {text.substr(0, dots), text.substr(dots + 2)};
+    for (int i = 0; i < 2; ++i) {
+        if (parts[i].empty() || parts[i].size() > 12)
+            return false;
+        long long value = 0;
+        for (const char c : parts[i]) {
+            if (!std::isdigit(static_cast<unsigned char>(c)))
+                return false;
+            value = value * 10 + (c - '0');
+        }
+        *ends[i] = value;
+    }
+    return true;
+}
+
+std::vector<std::string> splitBlanks(const std::string& text)
+{
+    std::vector<std::string> out;
+    std::string word;
+    for (const char c : text) {
+        if (isBlank(c)) {
+            if (!word.empty())
+                out.push_back(word);
+            word.clear();
+        } else {
+            word += c;
+        }
+    }
+    if (!word.empty())
+        out.push_back(word);
+    return out;
+}
+
+class Parser {
+public:
+    Parser(const std::string& text, const std::set<std::string>& lists)
+        : m_text(text), m_lists(lists)
+    {
+    }
+
+    bool parse(Sequence& root, std::string& error)
+    {
+        if (!sequence(root, 0) || !m_error.empty()) {
+            error = m_error;
+            return false;
+        }
+        skipBlanks();
+        if (m_at < m_text.size()) {
+            error = std::string("unbalanced brackets: \"") + m_text[m_at] + "\" without its opening bracket";
+            return false;
+        }
+        if (root.empty()) {
+            error = "an empty pattern";
+            return false;
+        }
+        return checkNeighbours(root, error);
+    }
+
+private:
+    void skipBlanks()
+    {
+        while (m_at < m_text.size() && isBlank(m_text[m_at]))
+            ++m_at;
+    }
+
+    bool fail(const std::string& error)
+    {
+        if (m_error.empty())
+            m_error = error;
+        return false;
+    }
+
+    // Items up to a closing bracket, a bar or the end.
+    bool sequence(Sequence& out, int depth)
+    {
+        if (depth > 20)
+            return fail("brackets nested more than 20 deep");
+        for (;;) {
+            skipBlanks();
+            if (m_at >= m_text.size())
+                return true;
+            const char c = m_text[m_at];
+            if (c == ')' || c == ']' || c == '|')
+                return true;
+            if (c == '>')
+                return fail("unbalanced brackets: \">\" without \"<\"");
+            Node node;
+            if (c == '(') {
+                ++m_at;
+                if (!choice(node, depth))
+                    return false;
+            } else if (c == '[') {
+                ++m_at;
+                node.kind = Kind::Optional;
+                node.alternatives.emplace_back();
+                if (!sequence(node.alternatives.back(), depth + 1))
+                    return false;
+                skipBlanks();
+                if (m_at >= m_text.size() || m_text[m_at] != ']')
+                    return fail("unbalanced brackets: \"[\" without \"]\"");
+                ++m_at;
+                if (node.alternatives.back().empty())
+                    return fail("an empty optional part \"[ ]\"");
+            } else if (c == '<') {
+                ++m_at;
+                if (!slot(node))
+                    return false;
+            } else {
+                node.kind = Kind::Word;
+                while (m_at < m_text.size() && !isBlank(m_text[m_at]) && !isSpecial(m_text[m_at]))
+                    node.word += m_text[m_at++];
+            }
+            out.push_back(std::move(node));
+        }
+    }
+
+    bool choice(Node& node, int depth)
+    {
+        node.kind = Kind::Choice;
+        for (;;) {
+            node.alternatives.emplace_back();
+            if (!sequence(node.alternatives.back(), depth + 1))
+                return false;
+            if (node.alternatives.back().empty())
+                return fail("an empty alternative in \"( | )\"");
+            skipBlanks();
+            if (m_at >= m_text.size())
+                return fail("unbalanced brackets: \"(\" without \")\"");
+            const char c = m_text[m_at++];
+            if (c == ')')
+                return true;
+            if (c != '|')
+                return fail(std::string("unbalanced brackets: \"") + c + "\" inside \"( )\"");
+        }
+    }
+
+    bool slot(Node& node)
+    {
+        const std::size_t end = m_text.find('>', m_at);
+        if (end == std::string::npos)
+            return fail("unbalanced brackets: \"<\" without \">\"");
+        const std::string inside = m_text.substr(m_at, end - m_at);
+        m_at = end + 1;
+        if (inside.find('<') != std::string::npos)
+            return fail("unbalanced brackets: \"<\" inside " + slotText(inside));
+        const std::size_t colon = inside.find(':');
+        const std::string name = colon == std::string::npos ? inside : inside.substr(0, colon);
+        const std::vector<std::string> nameWords = splitBlanks(name);
+        if (nameWords.size() != 1)
+            return fail("a slot needs a name and a type, as in <line:number 1..100>, not " + slotText(inside));
+        node.kind = Kind::Slot;
+        node.name = nameWords.front();
+        if (!m_names.insert(node.name).second)
+            return fail("two slots named \"" + node.name + "\"");
+        const std::vector<std::string> parts =
+            colon == std::string::npos ? std::vector<std::string>() : splitBlanks(inside.substr(colon + 1));
+        if (parts.empty())
+            return fail("a slot needs a name and a type, as in <line:number 1..100>, not " + slotText(inside));
+        const std::string& type = parts.front();
+        const std::string where = " in " + slotText(inside);
+        if (type == "list") {
+            node.type = SlotType::List;
+            if (parts.size() != 2)
+                return fail("a list slot names one list, as in <colour:list colours>" + where);
+            node.list = parts[1];
+            if (!m_lists.count(node.list))
+                return fail("no list \"" + node.list + "\"" + where + ": set it with setList first");
+            return true;
+        }
+        struct Limits {
+            const char* type;
+            SlotType slot;
+            long long lowest, highest;
+            bool rangeOptional;
+        };
+        static const Limits kLimits[] = {{"number", SlotType::Number, 0, kLargestNumber, false},
+                                         {"digits", SlotType::Digits, 1, kMostDigits, false},
+                                         {"letters", SlotType::Letters, 1, kMostLetters, false},
+                                         {"text", SlotType::Text, 1, kMostTextWords, true}};
+        for (const Limits& limits : kLimits) {
+            if (type != limits.type)
+                continue;
+            node.type = limits.slot;
+            if (parts.size() == 1 && limits.rangeOptional) {
+                node.low = 1;
+                node.high = CommandPattern::kDefaultTextWords;
+                return true;
+            }
+            if (parts.size() != 2 || !readRange(parts[1], node.low, node.high))
+                return fail(std::string("a ") + limits.type + " slot needs a range A..B" + where);
+            if (node.low > node.high)
+                return fail("the range " + parts[1] + " is empty" + where);
+            if (node.low < limits.lowest || node.high > limits.highest)
+                return fail("the range " + parts[1] + " goes beyond " + std::to_string(limits.lowest) + ".." +
+                            std::to_string(limits.highest) + where);
+            return true;
+        }
+        return fail("unknown slot type \"" + type + "\"" + where +
+                    " (number, digits, list, letters or text)");
+    }
+
+    // Slots whose words cannot be told apart must not touch: two numbers
+    // ("four five" is 45, or 4 and 5), and a text slot and the slot after it
+    // (a text slot ends at the next literal word, optional or not).
+    bool checkNeighbours(const Sequence& sequence, std::string& error)
+    {
+        const auto numeric = [](const Node& node) {
+            return node.kind == Kind::Slot && (node.type == SlotType::Number || node.type == SlotType::Digits);
+        };
+        for (std::size_t i = 0; i < sequence.size(); ++i) {
+            const Node& node = sequence[i];
+            for (const Sequence& inner : node.alternatives)
+                if (!checkNeighbours(inner, error))
+                    return false;
+            if (i + 1 == sequence.size())
+                continue;
+            const Node& next = sequence[i + 1];
+            if (numeric(node) && numeric(next)) {
+                error = "<" + node.name + "> and <" + next.name +
+                        "> are number slots side by side: where one ends and the other begins cannot be told";
+                return false;
+            }
+            if (node.kind == Kind::Slot && node.type == SlotType::Text && next.kind == Kind::Slot) {
+                error = "the text slot <" + node.name + "> must be followed by a word or end the pattern";
+                return false;
+            }
+        }
+        return true;
+    }
+
+    const std::string& m_text;
+    const std::set<std::string>& m_lists;
+    std::size_t m_at = 0;
+    std::string m_error;
+    std::set<std::string> m_names;
+};
+
+// Backtracking over the pattern's choices and the lengths of its slots.
+class Matcher {
+public:
+    Matcher(const std::vector<std::string>& words, const SpokenLists& lists)
+        : m_words(words), m_lists(lists)
+    {
+    }
+
+    bool run(const Sequence& root, std::vector<Argument>& arguments)
+    {
+        const bool matched = sequence(root, 0, 0, [this](std::size_t at) { return at == m_words.size(); });
+        if (matched)
+            arguments = m_arguments;
+        return matched;
+    }
+
+private:
+    using Then = std::function<bool(std::size_t)>;
+
+    bool sequence(const Sequence& items, std::size_t index, std::size_t at, const Then& then)
+    {
+        if (++m_steps > kMatchSteps)
+            return false;
+        if (index == items.size())
+            return then(at);
+        const Node& node = items[index];
+        const Then next = [&](std::size_t after) { return sequence(items, index + 1, after, then); };
+        switch (node.kind) {
+        case Kind::Word:
+            return at < m_words.size() && m_words[at] == node.word && next(at + 1);
+        case Kind::Choice:
+            for (const Sequence& alternative : node.alternatives)
+                if (sequence(alternative, 0, at, next))
+                    return true;
+            return false;
+        case Kind::Optional:
+            return sequence(node.alternatives.front(), 0, at, next) || next(at);
+        case Kind::Slot:
+            return slot(node, at, next);
+        }
+        return false;
+    }
+
+    // Tries the slot's possible lengths: the longest first for numbers,
+    // digits, letters and list forms ("twenty one" is not "twenty" with a
+    // word left over), the shortest first for text, which so ends at the
+    // first literal word that lets the rest match.
+    bool slot(const Node& node, std::size_t at, const Then& next)
+    {
+        const std::size_t left = m_words.size() - at;
+        if (node.type == SlotType::List)
+            return listSlot(node, at, next);
+        std::size_t most = std::min<std::size_t>(left, static_cast<std::size_t>(node.type == SlotType::Number ? 30 : node.high));
+        std::size_t least = node.type == SlotType::Number ? 1 : static_cast<std::size_t>(node.low);
+        if (least > most)
+            return false;
+        const bool shortestFirst = node.type == SlotType::Text;
+        for (std::size_t i = 0; i <= most - least; ++i) {
+            const std::size_t count = shortestFirst ? least + i : most - i;
+            Argument argument;
+            if (!fill(node, at, count, argument))
+                continue;
+            if (tryWith(std::move(argument), at + count, next))
+                return true;
+        }
+        return false;
+    }
+
+    bool listSlot(const Node& node, std::size_t at, const Then& next)
+    {
+        const auto list = m_lists.find(node.list);
+        if (list == m_lists.end())
+            return false;
+        std::vector<std::pair<std::vector<std::string>, const std::string*>> forms;
+        for (const auto& entry : list->second)
+            forms.push_back({splitBlanks(entry.first), &entry.second});
+        std::stable_sort(forms.begin(), forms.end(),
+                         [](const auto& a, const auto& b) { return a.first.size() > b.first.size(); });
+        for (const auto& form : forms) {
+            const std::size_t count = form.first.size();
+            if (count == 0 || count > m_words.size() - at ||
+                !std::equal(form.first.begin(), form.first.end(), m_words.begin() + static_cast<long>(at)))
+                continue;
+            Argument argument = spanOf(node, at, count);
+            argument.text = *form.second;
+            if (tryWith(std::move(argument), at + count, next))
+                return true;
+        }
+        return false;
+    }
+
+    bool tryWith(Argument argument, std::size_t after, const Then& next)
+    {
+        m_arguments.push_back(std::move(argument));
+        if (next(after))
+            return true;
+        m_arguments.pop_back();
+        return false;
+    }
+
+    Argument spanOf(const Node& node, std::size_t at, std::size_t count) const
+    {
+        Argument argument;
+        argument.name = node.name;
+        argument.type = node.type;
+        argument.firstWord = at;
+        argument.wordCount = count;
+        for (std::size_t i = at; i < at + count; ++i)
+            argument.words += (i > at ? " " : "") + m_words[i];
+        return argument;
+    }
+
+    bool fill(const Node& node, std::size_t at, std::size_t count, Argument& argument) const
+    {
+        argument = spanOf(node, at, count);
+        switch (node.type) {
+        case SlotType::Number:
+            return SpokenNumber::read(m_words, at, at + count, argument.number) && argument.number >= node.low &&
+                   argument.number <= node.high;
+        case SlotType::Digits:
+            return SpokenNumber::readDigits(m_words, at, at + count, argument.text);
+        case SlotType::Letters:
+            for (std::size_t i = at; i < at + count; ++i) {
+                const std::string& word = m_words[i];
+                if (word.size() != 1 || word[0] < 'a' || word[0] > 'z')
+                    return false;
+                argument.text += word;
+            }
+            return true;
+        case SlotType::Text:
+            for (std::size_t i = at; i < at + count; ++i)
+                if (m_words[i] == "[unk]")
+                    return false;
+            argument.text = argument.words;
+            return true;
+        case SlotType::List:
+            return false;
+        }
+        return false;
+    }
+
+    const std::vector<std::string>& m_words;
+    const SpokenLists& m_lists;
+    std::vector<Argument> m_arguments;
+    long m_steps = 0;
+};
+
+template <typename Visit>
+void visitNodes(const Sequence& sequence, const Visit& visit)
+{
+    for (const Node& node : sequence) {
+        visit(node);
+        for (const Sequence& inner : node.alternatives)
+            visitNodes(inner, visit);
+    }
+}
+
+// Whether the sequence can end with a text slot, from `index` on.
+bool canEndWithText(const Sequence& sequence)
+{
+    for (std::size_t i = sequence.size(); i > 0; --i) {
+        const Node& node = sequence[i - 1];
+        if (node.kind == Kind::Slot)
+            return node.type == SlotType::Text;
+        if (node.kind == Kind::Word)
+            return false;
+        bool any = false;
+        for (const Sequence& inner : node.alternatives)
+            any = any || canEndWithText(inner);
+        if (any)
+            return true;
+        if (node.kind == Kind::Choice)
+            return false;  // every alternative ends with something else
+        // An optional part may be left out: look further back.
+    }
+    return false;
+}
+
+void addUnique(std::vector<std::string>& words, const std::string& word)
+{
+    if (std::find(words.begin(), words.end(), word) == words.end())
+        words.push_back(word);
+}
+
+}  // namespace
+
+std::shared_ptr<const CommandPattern> CommandPattern::parse(const std::string& text,
+                                                            const std::set<std::string>& lists, std::string& error)
+{
+    auto root = std::make_shared<Sequence>();
+    Parser parser(text, lists);
+    if (!parser.parse(*root, error))
+        return nullptr;
+    std::shared_ptr<CommandPattern> pattern(new CommandPattern());
+    pattern->m_text = text;
+    pattern->mp_root = root;
+    return pattern;
+}
+
+bool CommandPattern::match(const std::vector<std::string>& words, const SpokenLists& lists,
+                           std::vector<Argument>& arguments) const
+{
+    Matcher matcher(words, lists);
+    return matcher.run(*mp_root, arguments);
+}
+
+std::vector<std::string> CommandPattern::literalWords() const
+{
+    std::vector<std::string> words;
+    visitNodes(*mp_root, [&](const Node& node) {
+        if (node.kind == Kind::Word)
+            addUnique(words, node.word);
+    });
+    return words;
+}
+
+std::vector<std::string> CommandPattern::vocabulary(const SpokenLists& lists) const
+{
+    std::vector<std::string> words = literalWords();
+    visitNodes(*mp_root, [&](const Node& node) {
+        if (node.kind != Kind::Slot)
+            return;
+        switch (node.type) {
+        case SlotType::Number:
+        case SlotType::Digits:
+            for (const std::string& word : SpokenNumber::vocabulary())
+                addUnique(words, word);
+            break;
+        case SlotType::Letters:
+            for (char letter = 'a'; letter <= 'z'; ++letter)
+                addUnique(words, std::string(1, letter));
+            break;
+        case SlotType::List: {
+            const auto list = lists.find(node.list);
+            if (list != lists.end())
+                for (const auto& entry : list->second)
+                    for (const std::string& word : splitBlanks(entry.first))
+                        addUnique(words, word);
+            break;
+        }
+        case SlotType::Text:
+            break;
+        }
+    });
+    return words;
+}
+
+std::vector<std::string> CommandPattern::listsUsed() const
+{
+    std::vector<std::string> names;
+    visitNodes(*mp_root, [&](const Node& node) {
+        if (node.kind == Kind::Slot && node.type == SlotType::List)
+            addUnique(names, node.list);
+    });
+    return names;
+}
+
+bool CommandPattern::endsWithText() const { return canEndWithText(*mp_root); }
+
+}  // namespace KSR

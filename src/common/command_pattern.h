@@ -1,0 +1,84 @@
+#ifndef KSR_COMMON_COMMAND_PATTERN_H
+#define KSR_COMMON_COMMAND_PATTERN_H
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace KSR {
+
+// What fills a slot of a command pattern.
+enum class SlotType { Number, Digits, List, Letters, Text };
+
+// The value one slot of a recognized command was filled with.
+struct Argument {
+    std::string name;
+    SlotType type = SlotType::Number;
+    long long number = 0;  // a Number slot's value
+    // Digits: the digits, leading zeros kept; List: the host's value for the
+    // spoken form; Letters: the word they spell; Text: the words.
+    std::string text;
+    std::string words;       // the words that filled the slot
+    std::size_t firstWord = 0;  // where they stand in the utterance
+    std::size_t wordCount = 0;
+};
+
+// A host's list: each spoken form (one or more words) with its value.
+using SpokenList = std::map<std::string, std::string>;
+using SpokenLists = std::map<std::string, SpokenList>;
+
+// A command with arguments, written like
+//   go to line <line:number 1..10000>
+//   (select | pick) <count:number 1..20> [more] words
+//   turn <colour:list colours>      spell <word:letters 1..12>
+//   call <code:digits 3..6>         find <query:text> [now]
+// Literal words; "( a | b )" alternatives (each a sequence of one or more
+// items); "[ x ]" optional items; slots "<name:type ...>":
+//   number A..B   an integer said naturally or digit by digit
+//   digits A..B   A to B digits said one by one, kept as a string
+//   list NAME     one spoken form of a host list, worth the host's value
+//   letters A..B  A to B spelled letters ("a" .. "z"), worth the word
+//   text [A..B]   A to B free words (1..12 if not given), up to the
+//                 literal word after the slot or the end of the utterance.
+// A recognizer only proposes words; `match` decides whether they are this
+// command and what its slots hold: all the words, in order, nothing left.
+class CommandPattern {
+public:
+    static constexpr int kDefaultTextWords = 12;
+
+    // The pattern of `text`; null with a one-line `error` when the text is
+    // none. `lists` names the lists the host has set.
+    static std::shared_ptr<const CommandPattern> parse(const std::string& text, const std::set<std::string>& lists,
+                                                       std::string& error);
+
+    // True when `words` are this command; `arguments` then holds every slot
+    // that was filled, in the pattern's order (an optional part left out
+    // leaves its slots out).
+    bool match(const std::vector<std::string>& words, const SpokenLists& lists,
+               std::vector<Argument>& arguments) const;
+
+    const std::string& text() const { return m_text; }
+    // The words written in the pattern, for checking them against a model.
+    std::vector<std::string> literalWords() const;
+    // Every word the pattern can be said with, given the lists as they are
+    // now (the free words of a text slot excepted): the words a command
+    // recognizer must be able to hear.
+    std::vector<std::string> vocabulary(const SpokenLists& lists) const;
+    std::vector<std::string> listsUsed() const;
+    // Whether the pattern can end with a text slot (which then runs to the
+    // end of the utterance, so nothing can be chained after it).
+    bool endsWithText() const;
+
+    struct Node;
+    using Sequence = std::vector<Node>;
+
+private:
+    std::string m_text;
+    std::shared_ptr<const Sequence> mp_root;
+};
+
+}  // namespace KSR
+
+#endif
