@@ -38,6 +38,7 @@
 #include <QCoreApplication>
 #include <QObject>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -281,7 +282,12 @@ int main(int argc, char** argv)
     std::vector<double> plainMs;
     Counts plainCounts;
     bool fixedGoalMet = true, grammarGoalMet = true;
+    bool fixedRun = false, grammarRun = false;
     double defaultDifference = NAN, pacedDifference = NAN;
+    // The same early-end settings polling and paced: the early end decides on
+    // its own quiet, off libvosk's grid, so the two medians differ by what
+    // pacing itself costs.
+    double earlyPolling = NAN, earlyPaced = NAN;
     const auto printRow = [](const char* name, const Spread& cannot, const Spread& can, const std::string& difference,
                              const Counts& counts) {
         std::printf("  %-32s %7.1f/%-9.1f %5.0f-%-7.0f %6.1f/%-6.1f %9s %6d %5d %5d %5d\n", name, cannot.median,
@@ -335,22 +341,37 @@ int main(int argc, char** argv)
         const Spread cannot = spreadOf(cannotMs);
         printRow(run.first->name, cannot, spreadOf(canMs), difference, counts);
         const double median = cannot.median, p95 = cannot.p95;
+        if (run.first->longQuiet > 0 && run.first->chaining && run.first->shortQuiet < run.first->longQuiet)
+            (run.first->pace > 0 ? earlyPaced : earlyPolling) = median;
         const bool clean = counts.missed == 0 && counts.wrong == 0 && counts.cut == 0 && counts.extra == 0;
-        if (run.first->longQuiet > 0 && run.first->shortQuiet >= run.first->longQuiet)
+        if (run.first->longQuiet > 0 && run.first->shortQuiet >= run.first->longQuiet) {
             fixedGoalMet = fixedGoalMet && median <= 300.0 && p95 <= 400.0 && clean;
-        else if (run.first->longQuiet > 0)
+            fixedRun = true;
+        } else if (run.first->longQuiet > 0) {
             grammarGoalMet = grammarGoalMet && median <= 150.0 && p95 <= 200.0 && clean;
+            grammarRun = true;
+        }
     }
+    // A goal whose rows KSR_BENCH_ONLY left out is not judged.
+    const auto verdict = [](bool measured, bool met) { return !measured ? "not run" : met ? "met" : "NOT met"; };
     std::printf("  (\"vs plain\": median of the per-clip difference to the plain loop)\n");
     std::printf("  goal, default settings: the module adds at most 20 ms (median of the per-clip difference): %s\n",
-                defaultDifference <= 20.0 ? "met" : "NOT met");
+                verdict(!std::isnan(defaultDifference), defaultDifference <= 20.0));
     std::printf("  goal, paced listening adds at most 10 ms to the polling loop (median difference to the plain "
                 "loop, %+.1f ms against %+.1f ms): %s\n",
-                pacedDifference, defaultDifference, pacedDifference - defaultDifference <= 10.0 ? "met" : "NOT met");
+                pacedDifference, defaultDifference,
+                verdict(!std::isnan(pacedDifference) && !std::isnan(defaultDifference),
+                        pacedDifference - defaultDifference <= 10.0));
+    std::printf("    (both results fall on libvosk's 240 ms grid of utterance ends, whose phase differs per "
+                "listener and round: KSR_BENCH_VERBOSE)\n");
+    std::printf("  the same, with the grammar-aware early end and chaining, which decides off that grid: paced "
+                "%.1f ms against polling %.1f ms, %+.1f ms: %s\n",
+                earlyPaced, earlyPolling, earlyPaced - earlyPolling,
+                verdict(!std::isnan(earlyPaced) && !std::isnan(earlyPolling), earlyPaced - earlyPolling <= 10.0));
     std::printf("  goal, fixed early end: median <= 300 ms, p95 <= 400 ms, nothing missed, wrong, cut or extra: %s\n",
-                fixedGoalMet ? "met" : "NOT met");
+                verdict(fixedRun, fixedGoalMet));
     std::printf("  goal, grammar-aware early end: median <= 150 ms, p95 <= 200 ms for phrases nothing can continue, "
                 "nothing missed, wrong, cut or extra: %s\n",
-                grammarGoalMet ? "met" : "NOT met");
+                verdict(grammarRun, grammarGoalMet));
     return 0;
 }
