@@ -12,22 +12,14 @@
 
 #include "common/command_pattern.h"
 #include "common/spoken_number.h"
+#include "ksr_types.h"
 
 namespace {
 
 std::vector<std::string> splitWords(const std::string& text)
 {
     std::vector<std::string> words;
-    std::string word;
-    for (const char c : text + " ") {
-        if (c == ' ' || c == '\n' || c == '\t') {
-            if (!word.empty())
-                words.push_back(word);
-            word.clear();
-        } else {
-            word += c;
-        }
-    }
+    KSR::splitString(text, ' ', false, words);
     return words;
 }
 

@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "common/spoken_number.h"
+#include "ksr_types.h"
 
 namespace KSR {
 
@@ -63,20 +64,9 @@ bool readRange(const std::string& text, long long& low, long long& high)
 
 std::vector<std::string> splitBlanks(const std::string& text)
 {
-    std::vector<std::string> out;
-    std::string word;
-    for (const char c : text) {
-        if (isBlank(c)) {
-            if (!word.empty())
-                out.push_back(word);
-            word.clear();
-        } else {
-            word += c;
-        }
-    }
-    if (!word.empty())
-        out.push_back(word);
-    return out;
+    std::vector<std::string> words;
+    splitString(text, ' ', false, words);
+    return words;
 }
 
 class Parser {
@@ -351,17 +341,30 @@ private:
         return false;
     }
 
-    bool listSlot(const Node& node, std::size_t at, const Then& next)
+    // A list's spoken forms as words, the longest first; split once per match.
+    using Forms = std::vector<std::pair<std::vector<std::string>, const std::string*>>;
+    const Forms* formsOf(const std::string& name)
     {
-        const auto list = m_lists.find(node.list);
+        const auto known = m_forms.find(name);
+        if (known != m_forms.end())
+            return &known->second;
+        const auto list = m_lists.find(name);
         if (list == m_lists.end())
-            return false;
-        std::vector<std::pair<std::vector<std::string>, const std::string*>> forms;
+            return nullptr;
+        Forms& forms = m_forms[name];
         for (const auto& entry : list->second)
             forms.push_back({splitBlanks(entry.first), &entry.second});
         std::stable_sort(forms.begin(), forms.end(),
                          [](const auto& a, const auto& b) { return a.first.size() > b.first.size(); });
-        for (const auto& form : forms) {
+        return &forms;
+    }
+
+    bool listSlot(const Node& node, std::size_t at, const Then& next)
+    {
+        const Forms* forms = formsOf(node.list);
+        if (!forms)
+            return false;
+        for (const auto& form : *forms) {
             const std::size_t count = form.first.size();
             if (count == 0 || count > m_words.size() - at ||
                 !std::equal(form.first.begin(), form.first.end(), m_words.begin() + static_cast<long>(at)))
@@ -427,6 +430,7 @@ private:
     const std::vector<std::string>& m_words;
     const SpokenLists& m_lists;
     std::vector<Argument> m_arguments;
+    std::map<std::string, Forms> m_forms;
     long m_steps = 0;
 };
 

@@ -6,6 +6,7 @@
 
 #include "common/command_pattern.h"
 #include "common/spoken_number.h"
+#include "ksr_types.h"
 
 using KSR::Argument;
 using KSR::CommandPattern;
@@ -18,16 +19,7 @@ namespace {
 Strings words(const std::string& text)
 {
     Strings out;
-    std::string word;
-    for (const char c : text + " ") {
-        if (c == ' ') {
-            if (!word.empty())
-                out.push_back(word);
-            word.clear();
-        } else {
-            word += c;
-        }
-    }
+    KSR::splitString(text, ' ', false, out);
     return out;
 }
 

@@ -15,6 +15,17 @@ bool parseSeconds(const std::string& text, double& seconds)
     return !text.empty() && end && *end == '\0' && seconds > 0.0;
 }
 
+// A whole number of milliseconds from `low` to `high`.
+bool parseMilliseconds(const std::string& text, long low, long high, int& milliseconds)
+{
+    char* end = nullptr;
+    const long value = std::strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end != '\0' || value < low || value > high)
+        return false;
+    milliseconds = static_cast<int>(value);
+    return true;
+}
+
 }  // namespace
 
 const char* demoUsage()
@@ -80,32 +91,23 @@ bool parseDemoOptions(int argc, char** argv, DemoOptions& options, std::string& 
             options.fastCommands = KSR_VoskManager::DefaultFastCommandsQuiet;
             if (hasValue) {
                 const std::string value = argv[++i];
-                char* end = nullptr;
-                const long quiet = std::strtol(value.c_str(), &end, 10);
-                if (value.empty() || *end != '\0' || quiet <= 0 || quiet > 5000) {
+                if (!parseMilliseconds(value, 1, 5000, options.fastCommands)) {
                     error = "--fast-commands needs a quiet time of 1 to 5000 ms, not \"" + value + "\"";
                     return false;
                 }
-                options.fastCommands = static_cast<int>(quiet);
             }
         } else if (argument == "--mic-buffer") {
             const std::string value = hasValue ? argv[++i] : std::string();
-            char* end = nullptr;
-            const long buffer = std::strtol(value.c_str(), &end, 10);
-            if (value.empty() || *end != '\0' || buffer < 100 || buffer > 60000) {
+            if (!parseMilliseconds(value, 100, 60000, options.microphoneBuffer)) {
                 error = "--mic-buffer needs 100 to 60000 ms, not \"" + value + "\"";
                 return false;
             }
-            options.microphoneBuffer = static_cast<int>(buffer);
         } else if (argument == "--short-quiet") {
             const std::string value = hasValue ? argv[++i] : std::string();
-            char* end = nullptr;
-            const long quiet = std::strtol(value.c_str(), &end, 10);
-            if (value.empty() || *end != '\0' || quiet < 0 || quiet > 5000) {
+            if (!parseMilliseconds(value, 0, 5000, options.shortQuiet)) {
                 error = "--short-quiet needs a quiet time of 0 to 5000 ms, not \"" + value + "\"";
                 return false;
             }
-            options.shortQuiet = static_cast<int>(quiet);
         } else if (argument == "--grammar" || argument == "--model" || argument == "--seconds") {
             if (!hasValue) {
                 error = argument + " needs a value";
