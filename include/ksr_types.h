@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ksr_export.h"
@@ -29,14 +31,52 @@ constexpr GrammarId InvalidGrammarId = ~GrammarId(0);
 constexpr RuleId InvalidRuleId = ~RuleId(0);
 constexpr CommandId InvalidCommandId = -1;
 
+// What fills a slot of a command pattern (addCommandPattern).
+enum class SlotType { Number = 0, Digits = 1, List = 2, Letters = 3, Text = 4 };
+
+// The value one slot of a recognized command was filled with.
+struct Argument {
+    std::string name;
+    SlotType type = SlotType::Number;
+    long long number = 0;  // a Number slot's value
+    // Digits: the digits, leading zeros kept; List: the host's value for the
+    // spoken form; Letters: the word they spell; Text: the words.
+    std::string text;
+    std::string words;          // the words that filled the slot
+    std::size_t firstWord = 0;  // where they stand in the command's text
+    std::size_t wordCount = 0;
+    // The lowest confidence of the slot's words in whole per cent, as the
+    // command's own rule reads them; 0 when the engine gave none (hypotheses).
+    int confidence = 0;
+};
+
+// A host's list for the list slots of command patterns: each spoken form
+// (one or more words) with the value the host wants back for it.
+using SpokenList = std::map<std::string, std::string>;
+using SpokenLists = std::map<std::string, SpokenList>;
+
 // One recognition result: a plain value, copied freely into callbacks,
-// signals and queued connections.
+// signals and queued connections. A command registered as a pattern carries
+// the values of its slots in `arguments`, in the pattern's order (a left-out
+// optional part leaves its slots out); every other result has none.
 struct SRData {
+    SRData() = default;
+    // The ids and the text; `arguments` only for a command with arguments.
+    SRData(GrammarId grammar, RuleId rule, CommandId command, std::string words,
+           std::vector<Argument> values = std::vector<Argument>())
+        : grammarId(grammar), ruleId(rule), commandId(command), text(std::move(words)), arguments(std::move(values))
+    {
+    }
+
     GrammarId grammarId = InvalidGrammarId;
     RuleId ruleId = InvalidRuleId;
     CommandId commandId = InvalidCommandId;
     std::string text;
+    std::vector<Argument> arguments;
 };
+
+// "number", "digits", "list", "letters" or "text".
+KSR_EXPORT const char* slotTypeName(SlotType type);
 
 enum RequiredConfidence { Low = 0, Normal = 1, High = 2 };
 

@@ -13,6 +13,10 @@
 #include "ksr_export.h"
 #include "ksr_types.h"
 
+namespace KSR {
+class CommandPattern;
+}
+
 // The host's unit of voice commands for the Vosk back end: rules holding
 // command phrases with integer ids. A plain in-memory registry that never
 // talks to the recognizer; every change that can alter the phrases to listen
@@ -38,6 +42,9 @@ public:
         KSR::RuleId ruleId = KSR::InvalidRuleId;
         KSR::GrammarId grammarId = KSR::InvalidGrammarId;
         std::string phrase;
+        // A command with arguments (addCommandPattern): its parsed pattern,
+        // whose text is `phrase`. Null for a plain phrase.
+        std::shared_ptr<const KSR::CommandPattern> pattern;
         // Cleared by removeCommand, set again when the phrase is re-added;
         // atomic because holders of a record read it while the grammar
         // changes it.
@@ -75,6 +82,9 @@ public:
     // The confidence is accepted and ignored: one global command threshold
     // applies to every Vosk command.
     KSR::CommandId addCommand(KSR::RuleId ruleId, const std::string& phrase, KSR::RequiredConfidence confidence);
+    // A command with arguments, keyed by the pattern's text like a phrase
+    // (the two share the rule's command ids and its "already added" rule).
+    KSR::CommandId addCommandPattern(KSR::RuleId ruleId, std::shared_ptr<const KSR::CommandPattern> pattern);
     bool removeCommand(KSR::RuleId ruleId, KSR::CommandId commandId);
     std::shared_ptr<CommandInfo> getCommand(KSR::RuleId ruleId, const std::string& phrase) const;
     std::shared_ptr<CommandInfo> getCommand(KSR::RuleId ruleId, KSR::CommandId commandId) const;
@@ -111,6 +121,8 @@ private:
     // with the lock held.
     void notify() const;
     std::shared_ptr<RuleInfo> findRule(KSR::RuleId ruleId) const;
+    KSR::CommandId addRecord(KSR::RuleId ruleId, const std::string& phrase,
+                             std::shared_ptr<const KSR::CommandPattern> pattern);
     void collectCommands(std::vector<std::shared_ptr<CommandInfo>>& commands, bool activeRulesOnly) const;
 
     KSR::GrammarId m_id;

@@ -17,6 +17,9 @@
 #include "vosk_engine.h"
 
 class KSR_NumeralConverter;
+namespace KSR {
+class CommandPatternSet;
+}
 
 
 // The Vosk back end's public face. Owns the Vosk::Engine, keeps the registry
@@ -85,6 +88,27 @@ public:
     // never is).
     KSR::CommandId addCommand(KSR::RuleId ruleId, const std::string& phrase);
     bool removeCommand(KSR::RuleId ruleId, KSR::CommandId commandId);
+
+    // --- Commands with arguments ------------------------------------------
+    // A command said with values in it, written as a pattern:
+    //   go to line <line:number 1..10000>     select <n:number 1..20> words
+    //   turn <colour:list colours>            spell <word:letters 1..12>
+    //   call <code:digits 3..6>               (open | show) [the] file
+    // Words outside the slots are lower-cased and must be known to the
+    // model, as a phrase's are. The recognized command arrives like any
+    // other, its text the words heard, with the slots' values in
+    // SRData::arguments. Returns the command id (shared with the rule's
+    // phrases, removed with removeCommand), or -1 with one log line that
+    // names the problem. See KSR::CommandPattern for the whole syntax.
+    KSR::CommandId addCommandPattern(KSR::RuleId ruleId, const std::string& pattern);
+    // Sets or replaces the host list NAME of list slots: each spoken form
+    // (lower-cased; every word known to the model) with the value that comes
+    // back for it. While listening, the grammar follows at once. False with
+    // one log line for an empty name, an empty spoken form or an unknown word.
+    bool setList(const std::string& name, const KSR::SpokenList& items);
+    // The list as set (empty when none is).
+    KSR::SpokenList list(const std::string& name);
+
     std::vector<int> getAvailableCommandIds(KSR::GrammarId grammarId);
     std::vector<std::string> getAvailableCommandNames(KSR::GrammarId grammarId);
     std::vector<unsigned long> getRuleIds(KSR::GrammarId grammarId);
@@ -142,6 +166,10 @@ public:
 
     // --- Results from the engine ------------------------------------------
     void commandRecognized(const std::string& phrase, KSR::RecognitionState state);
+    // The same with the confidence of each word (whole per cent), which
+    // becomes the confidence of the slots of a command with arguments.
+    void commandRecognized(const std::string& phrase, const std::vector<int>& wordConfidences,
+                           KSR::RecognitionState state);
     // Edits the text in place before reporting it.
     void dictationRecognized(std::string& text, KSR::RecognitionState state);
 
@@ -197,6 +225,14 @@ private:
     std::string applyFormattingLocked(std::size_t index, Callouts& callouts);
 
     std::vector<std::shared_ptr<KSR_VoskGrammar>> registeredGrammars();
+    // The patterns among the available commands go to the engine as one
+    // set; the lock is held.
+    void setPatternsLocked(const std::vector<std::shared_ptr<KSR_VoskGrammar::CommandInfo>>& commands);
+    // The pattern record and slots that `phrase` is, with the lock held;
+    // null when it is none.
+    std::shared_ptr<KSR_VoskGrammar::CommandInfo> matchPatternLocked(const std::string& phrase,
+                                                                     const std::vector<int>& wordConfidences,
+                                                                     std::vector<KSR::Argument>& arguments);
     std::vector<Vosk::Engine::KeyedPhrases> keyedPhrasesLocked();
     std::shared_ptr<KSR_VoskGrammar> grammarWithRule(KSR::RuleId ruleId);
 
@@ -208,6 +244,11 @@ private:
     KSR::GrammarId m_dictationGrammarId;
     std::uint64_t m_dictationRuleId;  // compared as a 32-bit rule id
     KSR_VoskGrammar::CommandMap m_phraseMap;
+    // The host's lists, and the available patterns with their records in
+    // the order of the set the engine was given.
+    KSR::SpokenLists m_lists;
+    std::shared_ptr<const KSR::CommandPatternSet> mp_patternSet;
+    std::vector<std::shared_ptr<KSR_VoskGrammar::CommandInfo>> m_patternRecords;
     std::unique_ptr<KSR_NumeralConverter> mp_numeralConverter;
     bool m_numeralsMode;
     bool m_capitalsMode;

@@ -11,6 +11,10 @@
 #include "ksr_export.h"
 #include "ksr_types.h"
 
+namespace KSR {
+class CommandPatternSet;
+}
+
 namespace Vosk {
 
 class Model;
@@ -56,7 +60,22 @@ public:
     int getCommandConfidenceThreshold();
     int getDictationConfidenceThreshold();
 
+    // Command patterns (commands with arguments) heard beside the phrase
+    // list: their grammar phrases join the command recognizer's grammar, and
+    // a result that a pattern of the set says is a command is delivered like
+    // a phrase (and split from its neighbours in a chain, and waited for
+    // while its slot could still go on). Null or an empty set: none. Takes
+    // effect with the next phrase-list build, like the command list.
+    void setCommandPatterns(std::shared_ptr<const KSR::CommandPatternSet> patterns);
+
     void setCommandRecognizedFunction(const KSR::CommandRecognizedFunction& function);
+    // The command function with the confidence of each word of the command
+    // (whole per cent, in the text's order; empty for hypotheses, whose
+    // partial results carry none). When set it is called instead of the
+    // plain command function.
+    using CommandWordsFunction =
+        std::function<void(const std::string& text, const std::vector<int>& wordConfidences, KSR::RecognitionState)>;
+    void setCommandWordsFunction(const CommandWordsFunction& function);
     void setDictationRecognizedFunction(const KSR::DictationRecognizedFunction& function);
 
     bool dictationModeEnabled() const;
@@ -111,6 +130,8 @@ public:
     struct KeyedPhrases {
         std::string key;
         std::vector<std::string> phrases;
+        // The grammar's commands with arguments; null when it has none.
+        std::shared_ptr<const KSR::CommandPatternSet> patterns;
     };
     void setKeyedPhrases(const std::vector<KeyedPhrases>& grammars);
 
@@ -164,6 +185,12 @@ private:
     void runDictationStage(const char* data, int length, bool voiced, bool commandTaken);
     void runSpellingStage(const char* data, int length, bool commandTaken);
     bool hasDictationFunction() const;
+    // Hands a command to the words function, else to the plain one; false
+    // when neither is set.
+    bool deliverCommand(const std::string& text, const std::vector<int>& wordConfidences,
+                        KSR::RecognitionState state);
+    // The confidence of each word of a final result, in whole per cent.
+    static std::vector<int> wordConfidences(const std::string& json);
     KSR::CommandRecognizedFunction commandFunction() const;
     KSR::DictationRecognizedFunction dictationFunction() const;
 
@@ -189,6 +216,11 @@ private:
     std::atomic<bool> m_modeChanged;
     std::unique_ptr<Vosk::Model> mp_model;
     KSR::CommandRecognizedFunction m_commandRecognizedFunction;
+    CommandWordsFunction m_commandWordsFunction;
+    // Guarded by m_mutex, like the command list: the patterns and their
+    // grammar phrases, made once when the set is handed over.
+    std::shared_ptr<const KSR::CommandPatternSet> mp_patterns;
+    std::vector<std::string> m_patternPhrases;
     KSR::DictationRecognizedFunction m_dictationRecognizedFunction;
 
     // Set by setCommandsList, cleared by the next phrase build: a list that

@@ -276,14 +276,18 @@ private:
 // Backtracking over the pattern's choices and the lengths of its slots.
 class Matcher {
 public:
-    Matcher(const std::vector<std::string>& words, const SpokenLists& lists)
-        : m_words(words), m_lists(lists)
+    // With `prefix`, the matcher asks instead whether the words are the
+    // beginning of a longer command: whether some words said after them
+    // would make a command.
+    Matcher(const std::vector<std::string>& words, const SpokenLists& lists, bool prefix = false)
+        : m_words(words), m_lists(lists), m_prefix(prefix)
     {
     }
 
     bool run(const Sequence& root, std::vector<Argument>& arguments)
     {
-        const bool matched = sequence(root, 0, 0, [this](std::size_t at) { return at == m_words.size(); });
+        const bool matched =
+            sequence(root, 0, 0, [this](std::size_t at) { return !m_prefix && at == m_words.size(); });
         if (matched)
             arguments = m_arguments;
         return matched;
@@ -298,6 +302,9 @@ private:
             return false;
         if (index == items.size())
             return then(at);
+        // Every item can take words: the speaker may still say them.
+        if (m_prefix && at == m_words.size())
+            return true;
         const Node& node = items[index];
         const Then next = [&](std::size_t after) { return sequence(items, index + 1, after, then); };
         switch (node.kind) {
@@ -323,6 +330,8 @@ private:
     bool slot(const Node& node, std::size_t at, const Then& next)
     {
         const std::size_t left = m_words.size() - at;
+        if (m_prefix && slotGoesOn(node, at))
+            return true;
         if (node.type == SlotType::List)
             return listSlot(node, at, next);
         std::size_t most = std::min<std::size_t>(left, static_cast<std::size_t>(node.type == SlotType::Number ? 30 : node.high));
@@ -373,6 +382,58 @@ private:
             argument.text = *form.second;
             if (tryWith(std::move(argument), at + count, next))
                 return true;
+        }
+        return false;
+    }
+
+    // Prefix mode: whether the slot can take all the words from `at` on and
+    // still more after them. A number goes on when one or two more number
+    // words make a number in range of it ("twenty" -> "twenty one", "one
+    // hundred" -> "one hundred and five").
+    bool slotGoesOn(const Node& node, std::size_t at)
+    {
+        const std::size_t count = m_words.size() - at;
+        switch (node.type) {
+        case SlotType::Number: {
+            std::vector<std::string> run(m_words.begin() + static_cast<long>(at), m_words.end());
+            const std::vector<std::string>& vocabulary = SpokenNumber::vocabulary();
+            const auto inRange = [&node](const std::vector<std::string>& words) {
+                long long value = 0;
+                return SpokenNumber::read(words, 0, words.size(), value) && value >= node.low && value <= node.high;
+            };
+            for (const std::string& first : vocabulary) {
+                run.push_back(first);
+                if (inRange(run))
+                    return true;
+                for (const std::string& second : vocabulary) {
+                    run.push_back(second);
+                    const bool found = inRange(run);
+                    run.pop_back();
+                    if (found)
+                        return true;
+                }
+                run.pop_back();
+            }
+            return false;
+        }
+        case SlotType::Digits:
+        case SlotType::Letters:
+        case SlotType::Text: {
+            if (static_cast<long long>(count) >= node.high)
+                return false;
+            Argument ignored;
+            return count == 0 || fill(node, at, count, ignored);
+        }
+        case SlotType::List: {
+            const Forms* forms = formsOf(node.list);
+            if (!forms)
+                return false;
+            for (const auto& form : *forms)
+                if (form.first.size() > count &&
+                    std::equal(m_words.begin() + static_cast<long>(at), m_words.end(), form.first.begin()))
+                    return true;
+            return false;
+        }
         }
         return false;
     }
@@ -429,6 +490,7 @@ private:
 
     const std::vector<std::string>& m_words;
     const SpokenLists& m_lists;
+    const bool m_prefix;
     std::vector<Argument> m_arguments;
     std::map<std::string, Forms> m_forms;
     long m_steps = 0;
@@ -469,6 +531,115 @@ void addUnique(std::vector<std::string>& words, const std::string& word)
 {
     if (std::find(words.begin(), words.end(), word) == words.end())
         words.push_back(word);
+}
+
+// A grammar recognizer hears each pair of words far more surely when the
+// pair stands in one of its phrases: without "forty two" in the grammar,
+// "two" after "forty" competes with "to" (of "go to line") and comes back
+// with a confidence of about 0.7, below any command threshold. These are the
+// pairs that numbers up to `high` are said with: tens and units, hundreds
+// with "and", thousands and millions.
+std::vector<std::string> numberPairs(long long high)
+{
+    static const char* const kUnits[] = {"one", "two", "three", "four", "five", "six", "seven", "eight", "nine"};
+    static const char* const kTens[] = {"twenty", "thirty", "forty", "fifty", "sixty", "seventy", "eighty", "ninety"};
+    std::vector<std::string> pairs;
+    if (high >= 21)
+        for (const char* tens : kTens)
+            for (const char* unit : kUnits)
+                pairs.push_back(std::string(tens) + " " + unit);
+    if (high >= 100)
+        for (const char* unit : kUnits)
+            pairs.push_back(std::string(unit) + " hundred and " + unit);
+    for (const char* scale : {"thousand", "million"}) {
+        if (high < (scale[0] == 't' ? 1000 : 1000000))
+            continue;
+        for (const char* unit : kUnits)
+            pairs.push_back(std::string(unit) + " " + scale + " " + unit);
+        pairs.push_back(std::string("ten ") + scale);
+        pairs.push_back(std::string("a ") + (scale[0] == 't' ? "hundred" : "thousand"));
+    }
+    return pairs;
+}
+
+// Every pair of spoken digits in one phrase, for numbers said digit by digit
+// ("four two", "five oh one").
+const std::string& digitPairs()
+{
+    static const std::string phrase = [] {
+        static const char* const kDigits[] = {"zero", "oh",  "one",   "two",   "three", "four",
+                                              "five", "six", "seven", "eight", "nine"};
+        std::string words;
+        for (const char* first : kDigits)
+            for (const char* second : kDigits)
+                words += std::string(words.empty() ? "" : " ") + first + " " + second;
+        return words;
+    }();
+    return phrase;
+}
+
+// A few words that fill the slot, for the recognizer's grammar.
+std::string sampleOf(const Node& node, const SpokenLists& lists)
+{
+    switch (node.type) {
+    case SlotType::Number:
+        return SpokenNumber::say(node.low);
+    case SlotType::Digits: {
+        std::string words = "one";
+        for (long long i = 1; i < node.low; ++i)
+            words += " one";
+        return words;
+    }
+    case SlotType::Letters: {
+        std::string words = "a";
+        for (long long i = 1; i < node.low; ++i)
+            words += " a";
+        return words;
+    }
+    case SlotType::List: {
+        const auto list = lists.find(node.list);
+        if (list == lists.end() || list->second.empty())
+            return std::string();
+        return list->second.begin()->first;
+    }
+    case SlotType::Text:
+        return "[unk]";
+    }
+    return std::string();
+}
+
+// The sequence's ways of being said, with each slot said by its sample;
+// stops growing at `most` ways (the rest take their first alternative).
+void expand(const Sequence& sequence, const SpokenLists& lists, std::size_t most, std::vector<std::string>& ways)
+{
+    for (const Node& node : sequence) {
+        std::vector<std::string> pieces;
+        switch (node.kind) {
+        case Kind::Word:
+            pieces.push_back(node.word);
+            break;
+        case Kind::Slot:
+            pieces.push_back(sampleOf(node, lists));
+            break;
+        case Kind::Choice:
+        case Kind::Optional:
+            for (const Sequence& inner : node.alternatives) {
+                std::vector<std::string> innerWays{std::string()};
+                expand(inner, lists, most, innerWays);
+                pieces.insert(pieces.end(), innerWays.begin(), innerWays.end());
+            }
+            if (node.kind == Kind::Optional)
+                pieces.push_back(std::string());
+            break;
+        }
+        std::vector<std::string> grown;
+        for (const std::string& way : ways)
+            for (std::size_t i = 0; i < pieces.size() && (i == 0 || grown.size() < most); ++i) {
+                const std::string& piece = pieces[i];
+                grown.push_back(piece.empty() ? way : way.empty() ? piece : way + " " + piece);
+            }
+        ways.swap(grown);
+    }
 }
 
 }  // namespace
@@ -532,6 +703,59 @@ std::vector<std::string> CommandPattern::vocabulary(const SpokenLists& lists) co
         }
     });
     return words;
+}
+
+bool CommandPattern::couldContinue(const std::vector<std::string>& words, const SpokenLists& lists) const
+{
+    Matcher matcher(words, lists, true);
+    std::vector<Argument> ignored;
+    return matcher.run(*mp_root, ignored);
+}
+
+std::vector<std::string> CommandPattern::grammarPhrases(const SpokenLists& lists) const
+{
+    std::vector<std::string> ways{std::string()};
+    expand(*mp_root, lists, kMostGrammarPhrases, ways);
+    std::vector<std::string> phrases;
+    for (std::string& way : ways)
+        if (!way.empty())
+            addUnique(phrases, way);
+    visitNodes(*mp_root, [&](const Node& node) {
+        if (node.kind != Kind::Slot)
+            return;
+        switch (node.type) {
+        case SlotType::Number:
+            addUnique(phrases, SpokenNumber::say(node.high));
+            for (const std::string& word : SpokenNumber::vocabulary())
+                addUnique(phrases, word);
+            for (const std::string& phrase : numberPairs(node.high))
+                addUnique(phrases, phrase);
+            if (node.high >= 10)
+                addUnique(phrases, digitPairs());
+            break;
+        case SlotType::Digits:
+            for (const std::string& word : SpokenNumber::vocabulary())
+                if (SpokenNumber::digitOf(word) >= 0)
+                    addUnique(phrases, word);
+            addUnique(phrases, digitPairs());
+            break;
+        case SlotType::Letters:
+            for (char letter = 'a'; letter <= 'z'; ++letter)
+                addUnique(phrases, std::string(1, letter));
+            break;
+        case SlotType::List: {
+            const auto list = lists.find(node.list);
+            if (list != lists.end())
+                for (const auto& entry : list->second)
+                    if (!splitBlanks(entry.first).empty())
+                        addUnique(phrases, entry.first);
+            break;
+        }
+        case SlotType::Text:
+            break;
+        }
+    });
+    return phrases;
 }
 
 std::vector<std::string> CommandPattern::listsUsed() const

@@ -7,27 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "ksr_types.h"
+
 namespace KSR {
-
-// What fills a slot of a command pattern.
-enum class SlotType { Number, Digits, List, Letters, Text };
-
-// The value one slot of a recognized command was filled with.
-struct Argument {
-    std::string name;
-    SlotType type = SlotType::Number;
-    long long number = 0;  // a Number slot's value
-    // Digits: the digits, leading zeros kept; List: the host's value for the
-    // spoken form; Letters: the word they spell; Text: the words.
-    std::string text;
-    std::string words;       // the words that filled the slot
-    std::size_t firstWord = 0;  // where they stand in the utterance
-    std::size_t wordCount = 0;
-};
-
-// A host's list: each spoken form (one or more words) with its value.
-using SpokenList = std::map<std::string, std::string>;
-using SpokenLists = std::map<std::string, SpokenList>;
 
 // A command with arguments, written like
 //   go to line <line:number 1..10000>
@@ -58,6 +40,18 @@ public:
     // leaves its slots out).
     bool match(const std::vector<std::string>& words, const SpokenLists& lists,
                std::vector<Argument>& arguments) const;
+
+    // True when `words` are the beginning of a longer command of this
+    // pattern: "go to line twenty" of "go to line <n:number 1..100>" (it
+    // may become "twenty one"), "go to" of it. Whether they are a command
+    // as they stand is `match`'s question.
+    bool couldContinue(const std::vector<std::string>& words, const SpokenLists& lists) const;
+    // Phrases that let a grammar recognizer hear the pattern: each way of
+    // saying it (up to kMostGrammarPhrases) with its slots said by a sample,
+    // and the words that fill each slot (a list's spoken forms, the number
+    // words, the letters, the digits). A text slot is said as "[unk]".
+    std::vector<std::string> grammarPhrases(const SpokenLists& lists) const;
+    static constexpr std::size_t kMostGrammarPhrases = 32;
 
     const std::string& text() const { return m_text; }
     // The words written in the pattern, for checking them against a model.

@@ -21,4 +21,21 @@ std::size_t splitString(const std::string& text, char delimiter, bool keepEmpty,
     return appended;
 }
 
+const char* slotTypeName(SlotType type)
+{
+    switch (type) {
+    case SlotType::Number:
+        return "number";
+    case SlotType::Digits:
+        return "digits";
+    case SlotType::List:
+        return "list";
+    case SlotType::Letters:
+        return "letters";
+    case SlotType::Text:
+        return "text";
+    }
+    return "number";
+}
+
 }  // namespace KSR

@@ -184,4 +184,48 @@ const std::vector<std::string>& SpokenNumber::vocabulary()
     return words;
 }
 
+namespace {
+
+std::string sayGroup(long long value)
+{
+    std::string words;
+    const auto add = [&words](const std::string& word) { words += (words.empty() ? "" : " ") + word; };
+    if (value >= 100) {
+        add(kSmall[value / 100]);
+        add("hundred");
+        value %= 100;
+    }
+    if (value >= 20) {
+        add(kTens[value / 10 - 2 + (value >= 50 ? 1 : 0)].word);  // past "fourty"
+        value %= 10;
+        if (value > 0)
+            add(kSmall[value]);
+    } else if (value > 0) {
+        add(kSmall[value]);
+    }
+    return words;
+}
+
+}  // namespace
+
+std::string SpokenNumber::say(long long value)
+{
+    if (value < 0 || value > 999999999)
+        return std::string();
+    if (value == 0)
+        return kSmall[0];
+    std::string words;
+    const long long scales[] = {1000000, 1000, 1};
+    const char* const names[] = {"million", "thousand", ""};
+    for (int i = 0; i < 3; ++i) {
+        const long long group = value / scales[i] % 1000;
+        if (group == 0)
+            continue;
+        words += (words.empty() ? "" : " ") + sayGroup(group);
+        if (*names[i])
+            words += std::string(" ") + names[i];
+    }
+    return words;
+}
+
 }  // namespace KSR

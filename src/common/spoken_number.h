@@ -23,6 +23,9 @@ public:
                            std::string& digits);
     // Every word `read` and `readDigits` understand.
     static const std::vector<std::string>& vocabulary();
+    // The natural words of 0 <= value < a thousand millions, without "and"
+    // ("one hundred five", "two thousand"); empty outside that range.
+    static std::string say(long long value);
     // The word of a digit, or -1.
     static int digitOf(const std::string& word);
 };

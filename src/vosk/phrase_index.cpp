@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/command_pattern_set.h"
 #include "ksr_types.h"
 
 namespace Vosk {
@@ -25,7 +26,9 @@ std::string join(const std::vector<std::string>& words, std::size_t first, std::
 
 }  // namespace
 
-PhraseIndex::PhraseIndex(const std::vector<std::string>& available, const std::vector<Keyed>& keyed)
+PhraseIndex::PhraseIndex(const std::vector<std::string>& available, const std::vector<Keyed>& keyed,
+                         std::shared_ptr<const KSR::CommandPatternSet> patterns)
+    : mp_patterns(patterns && !patterns->empty() ? std::move(patterns) : nullptr)
 {
     const auto add = [this](const std::string& phrase) {
         const std::vector<std::string> words = wordsOf(phrase);
@@ -38,6 +41,8 @@ PhraseIndex::PhraseIndex(const std::vector<std::string>& available, const std::v
         add(phrase);
     }
     for (const Keyed& grammar : keyed) {
+        if (grammar.patterns && !grammar.patterns->empty())
+            m_keyedPatterns[grammar.key] = grammar.patterns;
         std::unordered_set<std::string>& phrases = m_keyed[grammar.key];
         for (const std::string& phrase : grammar.phrases) {
             phrases.insert(phrase);
@@ -52,28 +57,49 @@ PhraseIndex::PhraseIndex(const std::vector<std::string>& available, const std::v
 std::vector<std::string> PhraseIndex::splitWords(const std::vector<std::string>& words, std::size_t& consumed) const
 {
     std::vector<std::string> phrases;
-    std::vector<const std::unordered_set<std::string>*> unlocked;
+    std::vector<std::string> unlocked;  // the keys said so far
     consumed = 0;
+    const bool anyPatterns = mp_patterns || !m_keyedPatterns.empty();
     while (consumed < words.size()) {
         std::string found;
-        for (std::size_t count = std::min(m_longestWords, words.size() - consumed); count > 0 && found.empty();
-             --count) {
+        const std::size_t left = words.size() - consumed;
+        const std::size_t longest = anyPatterns ? left : std::min(m_longestWords, left);
+        for (std::size_t count = longest; count > 0 && found.empty(); --count) {
             const std::string candidate = join(words, consumed, count);
-            bool allowed = m_available.count(candidate) > 0;
-            for (std::size_t i = 0; !allowed && i < unlocked.size(); ++i)
-                allowed = unlocked[i]->count(candidate) > 0;
+            bool allowed = m_available.count(candidate) > 0 || isPattern(words, consumed, consumed + count);
+            for (std::size_t i = 0; !allowed && i < unlocked.size(); ++i) {
+                allowed = m_keyed.at(unlocked[i]).count(candidate) > 0;
+                const auto patterns = m_keyedPatterns.find(unlocked[i]);
+                allowed = allowed || (patterns != m_keyedPatterns.end() &&
+                                      patterns->second->matches(words, consumed, consumed + count));
+            }
             if (allowed)
                 found = candidate;
         }
         if (found.empty())
             break;
-        const auto keyed = m_keyed.find(found);
-        if (keyed != m_keyed.end())
-            unlocked.push_back(&keyed->second);
+        if (m_keyed.count(found))
+            unlocked.push_back(found);
         consumed += static_cast<std::size_t>(std::count(found.begin(), found.end(), ' ')) + 1;
         phrases.push_back(std::move(found));
     }
     return phrases;
+}
+
+bool PhraseIndex::isPattern(const std::vector<std::string>& words, std::size_t begin, std::size_t end) const
+{
+    return mp_patterns && mp_patterns->matches(words, begin, end);
+}
+
+bool PhraseIndex::canGrow(const std::vector<std::string>& words, std::size_t begin, std::size_t end) const
+{
+    if (m_beginnings.count(join(words, begin, end - begin)) > 0 ||
+        (mp_patterns && mp_patterns->couldContinue(words, begin, end)))
+        return true;
+    for (const auto& keyed : m_keyedPatterns)
+        if (keyed.second->couldContinue(words, begin, end))
+            return true;
+    return false;
 }
 
 std::vector<std::string> PhraseIndex::split(const std::string& text) const
@@ -88,7 +114,7 @@ std::vector<std::string> PhraseIndex::split(const std::string& text) const
 
 PhraseMatch PhraseIndex::classify(const std::string& text, bool chaining) const
 {
-    if (!chaining) {
+    if (!chaining && !mp_patterns) {
         if (m_available.count(text))
             return m_beginnings.count(text) ? PhraseMatch::Beginning : PhraseMatch::Complete;
         return m_beginnings.count(text) ? PhraseMatch::Beginning : PhraseMatch::None;
@@ -96,19 +122,31 @@ PhraseMatch PhraseIndex::classify(const std::string& text, bool chaining) const
     const std::vector<std::string> words = wordsOf(text);
     if (words.empty())
         return PhraseMatch::None;
+    if (!chaining) {
+        const bool whole = m_available.count(text) > 0 || isPattern(words, 0, words.size());
+        if (canGrow(words, 0, words.size()))
+            return PhraseMatch::Beginning;
+        return whole ? PhraseMatch::Complete : PhraseMatch::None;
+    }
     std::size_t consumed = 0;
     const std::vector<std::string> phrases = splitWords(words, consumed);
-    if (consumed == words.size())
-        return m_beginnings.count(phrases.back()) ? PhraseMatch::Beginning : PhraseMatch::Complete;
+    if (consumed == words.size()) {
+        const std::size_t last = words.size() - static_cast<std::size_t>(std::count(phrases.back().begin(),
+                                                                                    phrases.back().end(), ' ')) - 1;
+        return canGrow(words, last, words.size()) ? PhraseMatch::Beginning : PhraseMatch::Complete;
+    }
     // The rest may be a phrase still being said.
-    return m_beginnings.count(join(words, consumed, words.size() - consumed)) ? PhraseMatch::Beginning
-                                                                               : PhraseMatch::None;
+    return canGrow(words, consumed, words.size()) ? PhraseMatch::Beginning : PhraseMatch::None;
 }
 
 bool PhraseIndex::isWhole(const std::string& text, bool chaining) const
 {
-    if (!chaining)
-        return m_available.count(text) > 0;
+    if (!chaining) {
+        if (m_available.count(text) > 0)
+            return true;
+        const std::vector<std::string> words = wordsOf(text);
+        return isPattern(words, 0, words.size());
+    }
     return !split(text).empty();
 }
 

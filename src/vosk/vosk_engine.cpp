@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "common/command_pattern_set.h"
 #include "ksr_logger.h"
 #include "vosk/fast_command_state.h"
 #include "vosk/json_phrase.h"
@@ -183,6 +184,27 @@ void Engine::setCommandRecognizedFunction(const KSR::CommandRecognizedFunction& 
     m_commandRecognizedFunction = function;
 }
 
+void Engine::setCommandWordsFunction(const CommandWordsFunction& function)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_commandWordsFunction = function;
+}
+
+void Engine::setCommandPatterns(std::shared_ptr<const KSR::CommandPatternSet> patterns)
+{
+    // The grammar phrases are made here, on the caller's thread, so that a
+    // build under the lock only copies them.
+    std::vector<std::string> phrases;
+    if (patterns && patterns->empty())
+        patterns.reset();
+    if (patterns)
+        phrases = patterns->grammarPhrases();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    mp_patterns = std::move(patterns);
+    m_patternPhrases.swap(phrases);
+    m_commandsChanged = true;
+}
+
 void Engine::setDictationRecognizedFunction(const KSR::DictationRecognizedFunction& function)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -254,7 +276,19 @@ std::string Engine::buildCommandsPhrasesLocked()
                 phrases += ',';
                 appendJsonString(phrases, phrase);
             }
+            if (grammar.patterns) {
+                for (const std::string& phrase : grammar.patterns->grammarPhrases()) {
+                    phrases += ',';
+                    appendJsonString(phrases, phrase);
+                }
+            }
         }
+    }
+    // Also heard but no command alone: what a pattern's words are is the
+    // patterns' own question (see resultToCommand).
+    for (const std::string& phrase : m_patternPhrases) {
+        phrases += ',';
+        appendJsonString(phrases, phrase);
     }
     m_phraseIndexStale = true;
     phrases += ']';

@@ -31,6 +31,23 @@ KSR::CommandRecognizedFunction Engine::commandFunction() const
     return m_commandRecognizedFunction;
 }
 
+bool Engine::deliverCommand(const std::string& text, const std::vector<int>& wordConfidences,
+                            KSR::RecognitionState state)
+{
+    CommandWordsFunction withWords;
+    KSR::CommandRecognizedFunction plain;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        withWords = m_commandWordsFunction;
+        plain = m_commandRecognizedFunction;
+    }
+    if (withWords)
+        withWords(text, wordConfidences, state);
+    else if (plain)
+        plain(text, state);
+    return withWords || plain;
+}
+
 KSR::DictationRecognizedFunction Engine::dictationFunction() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -183,10 +200,8 @@ bool Engine::deliverCommandResult(const std::string& json, bool accepted, bool f
             return false;
         deliver(text, state);
     } else if (!command.empty()) {
-        const KSR::CommandRecognizedFunction deliver = commandFunction();
-        if (!deliver)
+        if (!deliverCommand(command, accepted ? wordConfidences(json) : std::vector<int>(), state))
             return false;
-        deliver(command, state);
     } else {
         // A final result that is no command: the utterance is decided.
         if (accepted)

@@ -57,8 +57,8 @@ std::shared_ptr<const PhraseIndex> Engine::phraseIndex()
         std::vector<PhraseIndex::Keyed> keyed;
         if (m_chaining)
             for (const KeyedPhrases& grammar : m_keyedPhrases)
-                keyed.push_back({grammar.key, grammar.phrases});
-        mp_fast->index = std::make_shared<const PhraseIndex>(m_commandsList, keyed);
+                keyed.push_back({grammar.key, grammar.phrases, grammar.patterns});
+        mp_fast->index = std::make_shared<const PhraseIndex>(m_commandsList, keyed, mp_patterns);
         m_phraseIndexStale = false;
     }
     return mp_fast->index;
@@ -190,9 +190,7 @@ bool Engine::deliverChain(const std::string& json, bool& commandTaken)
     if (!chainConfident(json, phrases)) {
         // One weak phrase makes the whole utterance one failure.
         mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
-        const KSR::CommandRecognizedFunction deliver = commandFunction();
-        if (deliver)
-            deliver(text, KSR::Failed);
+        deliverCommand(text, wordConfidences(json), KSR::Failed);
         return true;
     }
     mp_fast->held.decide(HeldDictation::Verdict::Taken);
@@ -201,17 +199,21 @@ bool Engine::deliverChain(const std::string& json, bool& commandTaken)
     // fetched for every phrase: an activation key in the chain rebuilds the
     // phrase list from inside the command function, and the phrases after it
     // are routed against the grammars it switched on.
+    const std::vector<int> confidences = wordConfidences(json);
+    std::size_t first = 0;
     for (const std::string& phrase : phrases) {
+        const std::size_t count = static_cast<std::size_t>(std::count(phrase.begin(), phrase.end(), ' ')) + 1;
         std::string dictated = commandToText(phrase);
         if (!dictated.empty()) {
             const KSR::DictationRecognizedFunction deliver = dictationFunction();
             if (deliver)
                 deliver(dictated, KSR::Recognized);
         } else {
-            const KSR::CommandRecognizedFunction deliver = commandFunction();
-            if (deliver)
-                deliver(phrase, KSR::Recognized);
+            const auto begin = confidences.begin() + static_cast<long>(std::min(first, confidences.size()));
+            const auto end = confidences.begin() + static_cast<long>(std::min(first + count, confidences.size()));
+            deliverCommand(phrase, std::vector<int>(begin, end), KSR::Recognized);
         }
+        first += count;
     }
     return true;
 }

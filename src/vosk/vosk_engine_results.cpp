@@ -21,6 +21,7 @@
 
 #include <rapidjson/document.h>
 
+#include "common/command_pattern_set.h"
 #include "ksr_logger.h"
 
 namespace Vosk {
@@ -165,6 +166,21 @@ bool Engine::chainConfident(const std::string& json, const std::vector<std::stri
     return first == result->value.Size();
 }
 
+std::vector<int> Engine::wordConfidences(const std::string& json)
+{
+    std::vector<int> confidences;
+    const ResultDocument parsed(json);
+    if (!parsed.isObject())
+        return confidences;
+    const rapidjson::Document& document = parsed.root();
+    const auto result = document.FindMember("result");
+    if (result == document.MemberEnd() || !result->value.IsArray())
+        return confidences;
+    for (rapidjson::SizeType i = 0; i < result->value.Size(); ++i)
+        confidences.push_back(measure(result->value, i, 1).minimum);
+    return confidences;
+}
+
 std::string Engine::resultToCommand(const std::string& json)
 {
     if (json.empty())
@@ -185,6 +201,12 @@ std::string Engine::resultToCommand(const std::string& json)
     std::lock_guard<std::mutex> lock(m_mutex);
     for (const std::string& phrase : m_commandsList) {
         if (phrase == text)
+            return text;
+    }
+    if (mp_patterns) {
+        std::vector<std::string> words;
+        KSR::splitString(text, ' ', false, words);
+        if (mp_patterns->matches(words, 0, words.size()))
             return text;
     }
     return std::string();

@@ -1,5 +1,6 @@
 #include "ksr_vosk_grammar.h"
 
+#include "common/command_pattern.h"
 #include "ksr_logger.h"
 
 namespace {
@@ -15,6 +16,7 @@ KSR_VoskGrammar::CommandInfo::CommandInfo(const CommandInfo& other)
       ruleId(other.ruleId),
       grammarId(other.grammarId),
       phrase(other.phrase),
+      pattern(other.pattern),
       available(other.available.load())
 {
 }
@@ -25,6 +27,7 @@ KSR_VoskGrammar::CommandInfo& KSR_VoskGrammar::CommandInfo::operator=(const Comm
     ruleId = other.ruleId;
     grammarId = other.grammarId;
     phrase = other.phrase;
+    pattern = other.pattern;
     available = other.available.load();
     return *this;
 }
@@ -143,6 +146,20 @@ KSR::RuleId KSR_VoskGrammar::addRule(const std::string& name)
 KSR::CommandId KSR_VoskGrammar::addCommand(KSR::RuleId ruleId, const std::string& phrase,
                                            KSR::RequiredConfidence /*confidence*/)
 {
+    return addRecord(ruleId, phrase, nullptr);
+}
+
+KSR::CommandId KSR_VoskGrammar::addCommandPattern(KSR::RuleId ruleId, std::shared_ptr<const KSR::CommandPattern> pattern)
+{
+    if (!pattern)
+        return KSR::InvalidCommandId;
+    const std::string text = pattern->text();
+    return addRecord(ruleId, text, std::move(pattern));
+}
+
+KSR::CommandId KSR_VoskGrammar::addRecord(KSR::RuleId ruleId, const std::string& phrase,
+                                          std::shared_ptr<const KSR::CommandPattern> pattern)
+{
     KSR::CommandId commandId;
     {
         std::unique_lock<std::mutex> lock(*m_mutex);
@@ -169,6 +186,7 @@ KSR::CommandId KSR_VoskGrammar::addCommand(KSR::RuleId ruleId, const std::string
             command->ruleId = ruleId;
             command->grammarId = m_id;
             command->phrase = phrase;
+            command->pattern = std::move(pattern);
             command->available = true;
             commandId = command->commandId;
             rule->commands.emplace(phrase, std::move(command));

@@ -2,6 +2,7 @@
 // settings. The registry, routing and dictation live in the files beside.
 #include "ksr_vosk_manager.h"
 
+#include "common/command_pattern_set.h"
 #include "ksr_logger.h"
 #include "vosk/vosk_c_api.h"
 #include "vosk/vosk_library.h"
@@ -65,6 +66,10 @@ bool KSR_VoskManager::initialize(const std::string& modelPath)
     if (initialized) {
         engine->setCommandRecognizedFunction(
             [this](const std::string& phrase, KSR::RecognitionState state) { commandRecognized(phrase, state); });
+        engine->setCommandWordsFunction(
+            [this](const std::string& phrase, const std::vector<int>& confidences, KSR::RecognitionState state) {
+                commandRecognized(phrase, confidences, state);
+            });
         engine->setDictationRecognizedFunction(
             [this](std::string& text, KSR::RecognitionState state) { dictationRecognized(text, state); });
         engine->setCommandConfidenceThreshold(kDefaultCommandConfidence);
@@ -105,11 +110,14 @@ void KSR_VoskManager::startRecognizing()
         // A phrase already present keeps the record of the lower grammar id;
         // within one grammar the higher rule id wins, hence the reverse walk.
         for (std::size_t i = commands.size(); i > first; --i)
-            m_phraseMap.emplace(commands[i - 1]->phrase, commands[i - 1]);
+            if (!commands[i - 1]->pattern)
+                m_phraseMap.emplace(commands[i - 1]->phrase, commands[i - 1]);
     }
     phrases.reserve(commands.size());
     for (const auto& command : commands)
-        phrases.push_back(command->phrase);
+        if (!command->pattern)
+            phrases.push_back(command->phrase);
+    setPatternsLocked(commands);
     if (mp_engine) {
         if (mp_engine->chaining())
             mp_engine->setKeyedPhrases(keyedPhrasesLocked());
@@ -136,9 +144,16 @@ std::vector<Vosk::Engine::KeyedPhrases> KSR_VoskManager::keyedPhrasesLocked()
             continue;
         commands.clear();
         entry.second->collectCommandsOfAllRules(commands);
-        Vosk::Engine::KeyedPhrases grammar{key, {}};
-        for (const auto& command : commands)
-            grammar.phrases.push_back(command->phrase);
+        Vosk::Engine::KeyedPhrases grammar{key, {}, nullptr};
+        std::vector<std::shared_ptr<const KSR::CommandPattern>> patterns;
+        for (const auto& command : commands) {
+            if (command->pattern)
+                patterns.push_back(command->pattern);
+            else
+                grammar.phrases.push_back(command->phrase);
+        }
+        if (!patterns.empty())
+            grammar.patterns = std::make_shared<const KSR::CommandPatternSet>(patterns, m_lists);
         keyed.push_back(std::move(grammar));
     }
     return keyed;

@@ -14,6 +14,12 @@ const char* const kActivationKeysRuleName = "Activation Keys";
 
 void KSR_VoskManager::commandRecognized(const std::string& phrase, KSR::RecognitionState state)
 {
+    commandRecognized(phrase, std::vector<int>(), state);
+}
+
+void KSR_VoskManager::commandRecognized(const std::string& phrase, const std::vector<int>& wordConfidences,
+                                        KSR::RecognitionState state)
+{
     if (state == KSR::Failed) {
         processRecognitionFailed();
         return;
@@ -28,7 +34,11 @@ void KSR_VoskManager::commandRecognized(const std::string& phrase, KSR::Recognit
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         // A phrase that is no longer a command gets an empty record (kept in
         // the map on purpose) and is reported as a failure below.
-        const std::shared_ptr<KSR_VoskGrammar::CommandInfo>& record = m_phraseMap[phrase];
+        std::shared_ptr<KSR_VoskGrammar::CommandInfo> record;
+        if (!m_phraseMap.count(phrase))
+            record = matchPatternLocked(phrase, wordConfidences, data.arguments);
+        if (!record)
+            record = m_phraseMap[phrase];
         if (record) {
             data.grammarId = record->grammarId;
             data.ruleId = record->ruleId;

@@ -5,4 +5,5 @@ target_sources(ksr_core_obj PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/ksr_vosk_manager.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ksr_vosk_manager_registry.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ksr_vosk_manager_routing.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ksr_vosk_manager_patterns.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ksr_vosk_manager_dictation.cpp)

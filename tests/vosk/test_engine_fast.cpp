@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cmath>
 #include <mutex>
+#include <set>
 
+#include "common/command_pattern_set.h"
 #include "fake_vosk.h"
 #include "vosk/phrase_index.h"
 #include "vosk/voice_activity.h"
@@ -695,4 +697,154 @@ TEST_F(EngineFast, WithoutTheEarlyEndTheDictationRecognizerHearsEveryChunkAfterA
     const long long before = bytesFed(Kind::Dictation);
     feed(3);
     EXPECT_EQ(bytesFed(Kind::Dictation) - before, 3 * 3200);
+}
+
+// Commands with arguments: patterns join the phrases in the index, the
+// grammar, the early end's quiet times and chains.
+namespace {
+
+std::shared_ptr<const KSR::CommandPatternSet> patternSet(const Strings& texts, const KSR::SpokenLists& lists = {})
+{
+    std::set<std::string> names;
+    for (const auto& list : lists)
+        names.insert(list.first);
+    std::vector<std::shared_ptr<const KSR::CommandPattern>> patterns;
+    for (const std::string& text : texts) {
+        std::string error;
+        patterns.push_back(KSR::CommandPattern::parse(text, names, error));
+        EXPECT_TRUE(patterns.back()) << text << ": " << error;
+    }
+    return std::make_shared<const KSR::CommandPatternSet>(patterns, lists);
+}
+
+}  // namespace
+
+TEST(PhraseIndexPatterns, ANumberThatCouldGoOnIsABeginning)
+{
+    const Vosk::PhraseIndex index({"save file"}, {}, patternSet({"go to line <line:number 1..100>"}));
+    EXPECT_EQ(index.classify("go to", false), Vosk::PhraseMatch::Beginning);
+    EXPECT_EQ(index.classify("go to line", false), Vosk::PhraseMatch::Beginning);
+    EXPECT_EQ(index.classify("go to line twenty", false), Vosk::PhraseMatch::Beginning);  // twenty one
+    EXPECT_EQ(index.classify("go to line six", false), Vosk::PhraseMatch::Beginning);     // six four
+    EXPECT_EQ(index.classify("go to line twenty one", false), Vosk::PhraseMatch::Complete);
+    EXPECT_EQ(index.classify("go to line one hundred", false), Vosk::PhraseMatch::Complete);
+    EXPECT_EQ(index.classify("go to line two hundred", false), Vosk::PhraseMatch::None);
+    EXPECT_EQ(index.classify("go to save", false), Vosk::PhraseMatch::None);
+    EXPECT_TRUE(index.isWhole("go to line twenty", false));
+    EXPECT_FALSE(index.isWhole("go to line", false));
+}
+
+TEST(PhraseIndexPatterns, ChainsSplitAtTheEndOfAPatternsCommand)
+{
+    const Vosk::PhraseIndex index({"save file", "page"}, {},
+                                  patternSet({"go to line <line:number 1..100>", "turn <c:list colours>"},
+                                             {{"colours", {{"red", "1"}, {"dark red", "2"}}}}));
+    EXPECT_EQ(index.split("go to line forty two save file"), (Strings{"go to line forty two", "save file"}));
+    EXPECT_EQ(index.split("turn dark red page"), (Strings{"turn dark red", "page"}));
+    EXPECT_EQ(index.split("save file go to line seven"), (Strings{"save file", "go to line seven"}));
+    EXPECT_TRUE(index.split("go to line two hundred save file").empty());
+    EXPECT_EQ(index.classify("save file go to line", true), Vosk::PhraseMatch::Beginning);
+    EXPECT_EQ(index.classify("save file turn dark", true), Vosk::PhraseMatch::Beginning);
+    EXPECT_EQ(index.classify("save file turn dark red", true), Vosk::PhraseMatch::Complete);
+    EXPECT_EQ(index.classify("turn red", true), Vosk::PhraseMatch::Complete);
+}
+
+namespace {
+
+struct WordsDelivery {
+    std::string text;
+    std::vector<int> confidences;
+    int state;
+    bool operator==(const WordsDelivery& other) const
+    {
+        return text == other.text && confidences == other.confidences && state == other.state;
+    }
+};
+
+std::ostream& operator<<(std::ostream& out, const WordsDelivery& d)
+{
+    out << "(" << d.text << ", [";
+    for (int c : d.confidences)
+        out << c << " ";
+    return out << "], " << d.state << ")";
+}
+
+class EnginePatterns : public EngineQuietTimes {
+protected:
+    void SetUp() override
+    {
+        EngineQuietTimes::SetUp();
+        engine.setCommandPatterns(patternSet({"go to line <line:number 1..100>", "select <n:number 1..20> words"}));
+        ASSERT_TRUE(engine.setActivated(true));
+        engine.setCommandWordsFunction(
+            [this](const std::string& text, const std::vector<int>& confidences, KSR::RecognitionState state) {
+                heard.push_back({text, confidences, state});
+                commands.push_back({text, state});
+            });
+        feed(1);  // the chunk the new grammar drops
+    }
+
+    std::vector<WordsDelivery> heard;
+};
+
+}  // namespace
+
+TEST_F(EnginePatterns, ThePatternsPhrasesJoinTheCommandGrammar)
+{
+    const Strings grammars = FakeVosk::grammars();
+    ASSERT_FALSE(grammars.empty());
+    const std::string& last = grammars.back();
+    for (const char* phrase : {"\"go to line one\"", "\"select one words\"", "\"forty\"", "\"hundred\"", "\"undo\""})
+        EXPECT_NE(last.find(phrase), std::string::npos) << phrase << " in " << last;
+}
+
+TEST_F(EnginePatterns, APatternsCommandComesWithTheConfidenceOfEachWord)
+{
+    engine.setEarlyEnd(0);
+    FakeVosk::pushStep(Kind::Command, 1, final("go to line forty two", {"1.0", "1.0", "0.99", "0.95", "0.931"}));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"go to line forty two", {100, 100, 99, 95, 93}, 2}}));
+}
+
+TEST_F(EnginePatterns, ANumberOutsideItsRangeIsNoCommand)
+{
+    engine.setEarlyEnd(0);
+    FakeVosk::pushStep(Kind::Command, 1, final("go to line two hundred", {"1.0", "1.0", "1.0", "1.0", "1.0"}));
+    feed(1);
+    FakeVosk::pushStep(Kind::Command, 1, final("select twenty one words", {"1.0", "1.0", "1.0", "1.0"}));
+    feed(1);
+    FakeVosk::pushStep(Kind::Command, 1, final("go to line five words", {"1.0", "1.0", "1.0", "1.0", "1.0"}));
+    feed(1);
+    EXPECT_TRUE(heard.empty());
+}
+
+TEST_F(EnginePatterns, HypothesesOfAPatternCarryNoConfidences)
+{
+    engine.setEarlyEnd(0);
+    FakeVosk::pushStep(Kind::Command, 0, partial("go to line forty"));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"go to line forty", {}, 1}}));
+}
+
+TEST_F(EnginePatterns, ANumberThatCouldGoOnWaitsTheLongQuiet)
+{
+    expectEndAfter("go to line twenty", 3);  // "one" may still come
+}
+
+TEST_F(EnginePatterns, ANumberThatCannotGoOnEndsAfterTheShortQuiet)
+{
+    expectEndAfter("go to line twenty one", 1);
+}
+
+TEST_F(EnginePatterns, AChainHandsEachCommandItsOwnWords)
+{
+    engine.setEarlyEnd(0);
+    engine.setChaining(true);
+    FakeVosk::pushStep(Kind::Command, 1,
+                       final("go to line forty two undo select three words",
+                             {"1.0", "1.0", "1.0", "0.97", "0.96", "0.95", "1.0", "0.94", "1.0"}));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"go to line forty two", {100, 100, 100, 97, 96}, 2},
+                                                 {"undo", {95}, 2},
+                                                 {"select three words", {100, 94, 100}, 2}}));
 }

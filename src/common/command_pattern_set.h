@@ -1,0 +1,43 @@
+#ifndef KSR_COMMON_COMMAND_PATTERN_SET_H
+#define KSR_COMMON_COMMAND_PATTERN_SET_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common/command_pattern.h"
+#include "ksr_types.h"
+
+namespace KSR {
+
+// The command patterns that are listening now, with the host's lists as they
+// were when the set was made: an immutable snapshot, shared between the
+// host's thread (which replaces it) and the recognition thread (which reads
+// it), so that a result is always judged against one consistent set.
+class CommandPatternSet {
+public:
+    CommandPatternSet(std::vector<std::shared_ptr<const CommandPattern>> patterns, SpokenLists lists);
+
+    bool empty() const { return m_patterns.empty(); }
+    std::size_t size() const { return m_patterns.size(); }
+    const SpokenLists& lists() const { return m_lists; }
+
+    // The first pattern, in the set's order, that the words [begin, end) of
+    // `words` are a command of, with its slots; -1 when none is.
+    int match(const std::vector<std::string>& words, std::size_t begin, std::size_t end,
+              std::vector<Argument>& arguments) const;
+    bool matches(const std::vector<std::string>& words, std::size_t begin, std::size_t end) const;
+    // Whether more words could still make the words [begin, end) a command
+    // (see CommandPattern::couldContinue).
+    bool couldContinue(const std::vector<std::string>& words, std::size_t begin, std::size_t end) const;
+    // The phrases that let a grammar recognizer hear every pattern, each once.
+    std::vector<std::string> grammarPhrases() const;
+
+private:
+    std::vector<std::shared_ptr<const CommandPattern>> m_patterns;
+    SpokenLists m_lists;
+};
+
+}  // namespace KSR
+
+#endif

@@ -1,0 +1,153 @@
+// KSR_VoskManager: commands with arguments. Patterns live in the grammars
+// beside the phrases; the available ones go to the engine as one set made
+// with the host's lists, and a recognized text that is no phrase is matched
+// against the same set to find its command and its slots' values.
+#include "ksr_vosk_manager.h"
+
+#include <algorithm>
+#include <set>
+
+#include "common/command_pattern.h"
+#include "common/command_pattern_set.h"
+#include "ksr_logger.h"
+#include "vosk_engine.h"
+#include "vosk_manager/ksr_text_case.h"
+#include "vosk_model.h"
+
+namespace {
+
+// The words of a pattern are lower-cased like a phrase's; slot names and
+// list names inside "<...>" are the host's own and stay as written.
+std::string lowerOutsideSlots(const std::string& pattern)
+{
+    std::string lowered = pattern;
+    bool inSlot = false;
+    for (char& c : lowered) {
+        if (c == '<')
+            inSlot = true;
+        else if (c == '>')
+            inSlot = false;
+        else if (!inSlot)
+            c = KSR::toLowerAscii(c);
+    }
+    return lowered;
+}
+
+}  // namespace
+
+KSR::CommandId KSR_VoskManager::addCommandPattern(KSR::RuleId ruleId, const std::string& pattern)
+{
+    const std::string lowered = lowerOutsideSlots(pattern);
+    const Vosk::Model* model = mp_engine ? mp_engine->model() : nullptr;
+    if (!model) {
+        KSR_Logger::Error("KSR_VoskManager must have a valid acoustic model!");
+        return KSR::InvalidCommandId;
+    }
+    std::string error;
+    std::shared_ptr<const KSR::CommandPattern> parsed;
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_mutex);
+        std::set<std::string> names;
+        for (const auto& entry : m_lists)
+            names.insert(entry.first);
+        parsed = KSR::CommandPattern::parse(lowered, names, error);
+        if (parsed) {
+            for (const std::string& word : parsed->vocabulary(m_lists)) {
+                if (!model->findWord(word)) {
+                    error = "the model does not know the word \"" + word + "\"";
+                    parsed.reset();
+                    break;
+                }
+            }
+        }
+    }
+    if (!parsed) {
+        KSR_Logger::Log("Command pattern \"" + pattern + "\" cannot be added: " + error);
+        return KSR::InvalidCommandId;
+    }
+    const std::shared_ptr<KSR_VoskGrammar> grammar = grammarWithRule(ruleId);
+    if (!grammar)
+        return KSR::InvalidCommandId;
+    return grammar->addCommandPattern(ruleId, parsed);
+}
+
+bool KSR_VoskManager::setList(const std::string& name, const KSR::SpokenList& items)
+{
+    const Vosk::Model* model = mp_engine ? mp_engine->model() : nullptr;
+    if (!model) {
+        KSR_Logger::Error("KSR_VoskManager must have a valid acoustic model!");
+        return false;
+    }
+    const auto refuse = [&name](const std::string& why) {
+        KSR_Logger::Log("List \"" + name + "\" cannot be set: " + why);
+        return false;
+    };
+    if (name.empty())
+        return refuse("a list needs a name");
+    KSR::SpokenList lowered;
+    for (const auto& entry : items) {
+        std::vector<std::string> words;
+        KSR::splitString(KSR::toLowerAscii(entry.first), ' ', false, words);
+        if (words.empty())
+            return refuse("an empty spoken form (for the value \"" + entry.second + "\")");
+        std::string spoken;
+        for (const std::string& word : words) {
+            if (!model->findWord(word))
+                return refuse("the model does not know the word \"" + word + "\"");
+            spoken += (spoken.empty() ? "" : " ") + word;
+        }
+        lowered[spoken] = entry.second;
+    }
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_mutex);
+        m_lists[name] = std::move(lowered);
+    }
+    // The grammar follows the list at once while listening.
+    grammarChanged(KSR::InvalidGrammarId);
+    return true;
+}
+
+KSR::SpokenList KSR_VoskManager::list(const std::string& name)
+{
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    const auto found = m_lists.find(name);
+    return found == m_lists.end() ? KSR::SpokenList() : found->second;
+}
+
+void KSR_VoskManager::setPatternsLocked(const std::vector<std::shared_ptr<KSR_VoskGrammar::CommandInfo>>& commands)
+{
+    std::vector<std::shared_ptr<const KSR::CommandPattern>> patterns;
+    m_patternRecords.clear();
+    for (const auto& command : commands) {
+        if (!command->pattern)
+            continue;
+        patterns.push_back(command->pattern);
+        m_patternRecords.push_back(command);
+    }
+    mp_patternSet = patterns.empty() ? nullptr : std::make_shared<const KSR::CommandPatternSet>(patterns, m_lists);
+    if (mp_engine)
+        mp_engine->setCommandPatterns(mp_patternSet);
+}
+
+std::shared_ptr<KSR_VoskGrammar::CommandInfo> KSR_VoskManager::matchPatternLocked(
+    const std::string& phrase, const std::vector<int>& wordConfidences, std::vector<KSR::Argument>& arguments)
+{
+    if (!mp_patternSet)
+        return nullptr;
+    std::vector<std::string> words;
+    KSR::splitString(phrase, ' ', false, words);
+    const int index = mp_patternSet->match(words, 0, words.size(), arguments);
+    if (index < 0)
+        return nullptr;
+    // A slot is as sure as its least sure word, the rule a command's words
+    // are judged by.
+    for (KSR::Argument& argument : arguments) {
+        if (wordConfidences.size() != words.size() || argument.wordCount == 0) {
+            argument.confidence = 0;
+            continue;
+        }
+        const auto first = wordConfidences.begin() + static_cast<long>(argument.firstWord);
+        argument.confidence = *std::min_element(first, first + static_cast<long>(argument.wordCount));
+    }
+    return m_patternRecords[static_cast<std::size_t>(index)];
+}
