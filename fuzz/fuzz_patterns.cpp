@@ -47,9 +47,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     pattern->vocabulary(lists);
     pattern->endsWithText();
+    pattern->grammarPhrases(lists);
+    const bool canGoOn = pattern->couldContinue(words, lists);
+    const bool withUnheard = pattern->matchWithUnheardText(words, lists);
     std::vector<KSR::Argument> arguments;
     if (!pattern->match(words, lists, arguments))
         return 0;
+    // A command is also one when its text slots may hold unnamed words.
+    check(!pattern->hasText() || withUnheard);
+    (void)canGoOn;
     std::size_t after = 0;
     for (const KSR::Argument& argument : arguments) {
         check(argument.firstWord >= after && argument.wordCount > 0);

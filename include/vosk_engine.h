@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ksr_export.h"
@@ -128,6 +129,11 @@ public:
     // and a command of its grammar can be said in one breath; they count as
     // commands only after their key in a chain.
     struct KeyedPhrases {
+        KeyedPhrases(std::string grammarKey = std::string(), std::vector<std::string> grammarPhrases = {},
+                     std::shared_ptr<const KSR::CommandPatternSet> grammarPatterns = nullptr)
+            : key(std::move(grammarKey)), phrases(std::move(grammarPhrases)), patterns(std::move(grammarPatterns))
+        {
+        }
         std::string key;
         std::vector<std::string> phrases;
         // The grammar's commands with arguments; null when it has none.
@@ -155,6 +161,12 @@ private:
     // when it delivered a final one (the recognizer then goes). With
     // `flushed`, `json` came from finalResult() and needs no discarded one.
     bool deliverCommandResult(const std::string& json, bool accepted, bool flushed, bool& commandTaken);
+    // Commands with a text slot (see vosk_engine_text.cpp): when the
+    // command recognizer's words are such a command with words it could not
+    // name ("find [unk]"), a recognizer of free speech takes the utterance
+    // over; true when it did.
+    bool beginTextStage(const std::string& json);
+    void runTextStage(const char* data, int length, bool& commandTaken);
     // Chaining: a final text that is no phrase but a sequence of them; true
     // when it was one (and was delivered).
     bool deliverChain(const std::string& json, bool& commandTaken);
@@ -237,6 +249,10 @@ private:
     std::vector<KeyedPhrases> m_keyedPhrases;
     bool m_phraseIndexStale;
     std::unique_ptr<FastCommandState> mp_fast;  // worker thread only
+    // The free recognizer of a command with a text slot, and what it heard;
+    // worker thread only.
+    std::unique_ptr<Vosk::Recognizer> mp_textRecognizer;
+    std::size_t m_textBytes = 0;
 
     // Guards the lists, keywords, phrase text and the two functions.
     mutable std::mutex m_mutex;

@@ -41,6 +41,12 @@ public:
     bool match(const std::vector<std::string>& words, const SpokenLists& lists,
                std::vector<Argument>& arguments) const;
 
+    // Whether the pattern has a text slot, and whether `words` are this
+    // command when its text slots may hold words a grammar recognizer could
+    // not name ("find [unk] [unk]"): then the words are to be heard again by
+    // a recognizer of free speech.
+    bool hasText() const;
+    bool matchWithUnheardText(const std::vector<std::string>& words, const SpokenLists& lists) const;
     // True when `words` are the beginning of a longer command of this
     // pattern: "go to line twenty" of "go to line <n:number 1..100>" (it
     // may become "twenty one"), "go to" of it. Whether they are a command

@@ -50,6 +50,26 @@ bool CommandPatternSet::couldContinue(const std::vector<std::string>& words, std
     return false;
 }
 
+bool CommandPatternSet::matchesWithUnheardText(const std::vector<std::string>& words, std::size_t begin,
+                                               std::size_t end) const
+{
+    if (begin >= end)
+        return false;
+    const std::vector<std::string> heard = slice(words, begin, end);
+    for (const auto& pattern : m_patterns)
+        if (pattern->matchWithUnheardText(heard, m_lists))
+            return true;
+    return false;
+}
+
+bool CommandPatternSet::hasText() const
+{
+    for (const auto& pattern : m_patterns)
+        if (pattern->hasText())
+            return true;
+    return false;
+}
+
 std::vector<std::string> CommandPatternSet::grammarPhrases() const
 {
     std::vector<std::string> phrases;

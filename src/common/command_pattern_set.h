@@ -30,6 +30,11 @@ public:
     // Whether more words could still make the words [begin, end) a command
     // (see CommandPattern::couldContinue).
     bool couldContinue(const std::vector<std::string>& words, std::size_t begin, std::size_t end) const;
+    // Whether the words [begin, end) are a command of a pattern with a text
+    // slot once that slot's words are heard again (see
+    // CommandPattern::matchWithUnheardText).
+    bool matchesWithUnheardText(const std::vector<std::string>& words, std::size_t begin, std::size_t end) const;
+    bool hasText() const;
     // The phrases that let a grammar recognizer hear every pattern, each once.
     std::vector<std::string> grammarPhrases() const;
 

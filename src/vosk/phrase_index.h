@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace KSR {
@@ -29,6 +30,11 @@ enum class PhraseMatch {
 class PhraseIndex {
 public:
     struct Keyed {
+        Keyed(std::string grammarKey, std::vector<std::string> grammarPhrases,
+              std::shared_ptr<const KSR::CommandPatternSet> grammarPatterns = nullptr)
+            : key(std::move(grammarKey)), phrases(std::move(grammarPhrases)), patterns(std::move(grammarPatterns))
+        {
+        }
         std::string key;
         std::vector<std::string> phrases;
         std::shared_ptr<const KSR::CommandPatternSet> patterns;  // may be null

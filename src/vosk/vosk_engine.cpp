@@ -70,6 +70,7 @@ Engine::~Engine()
     // Recognizers before the model they were made from.
     mp_dictationRecognizer.reset();
     mp_commandRecognizer.reset();
+    mp_textRecognizer.reset();
     mp_spellingRecognizer.reset();
     mp_model.reset();
 }
@@ -93,6 +94,7 @@ void Engine::init()
 
 void Engine::releaseFreeRecognizers()
 {
+    mp_textRecognizer.reset();
     mp_dictationRecognizer.reset();
     mp_spellingRecognizer.reset();
     mp_model.reset();

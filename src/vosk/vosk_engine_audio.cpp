@@ -156,13 +156,21 @@ bool Engine::ensureCommandRecognizer()
 
 void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
 {
+    if (mp_textRecognizer) {
+        runTextStage(data, length, commandTaken);
+        return;
+    }
     if (!ensureCommandRecognizer())
         return;
 
     const bool accepted = mp_commandRecognizer->acceptWaveform(data, length);
-    if (m_earlyEndMilliseconds > 0)
-        mp_fast->heardByCommandRecognizer(data, length);
+    mp_fast->heardByCommandRecognizer(data, length);
     const std::string json = accepted ? mp_commandRecognizer->result() : mp_commandRecognizer->partialResult();
+    if (!m_commandsChanged && beginTextStage(json))
+        return;
+    // The decoder begins its next utterance with the next chunk.
+    if (accepted)
+        mp_fast->utteranceBegins();
 
     if (m_commandsChanged) {
         mp_commandRecognizer.reset();

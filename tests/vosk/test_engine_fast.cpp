@@ -848,3 +848,55 @@ TEST_F(EnginePatterns, AChainHandsEachCommandItsOwnWords)
                                                  {"undo", {95}, 2},
                                                  {"select three words", {100, 94, 100}, 2}}));
 }
+
+namespace {
+
+// "find <query:text>" beside the number patterns, with the early end off.
+class EngineTextSlot : public EnginePatterns {
+protected:
+    void SetUp() override
+    {
+        EnginePatterns::SetUp();
+        engine.setEarlyEnd(0);
+        engine.setCommandPatterns(patternSet({"go to line <line:number 1..100>", "find <query:text>"}));
+        ASSERT_TRUE(engine.setActivated(true));
+        feed(1);  // the chunk the new grammar drops
+    }
+};
+
+}  // namespace
+
+TEST_F(EngineTextSlot, WordsTheGrammarCannotNameAreHeardAgainAsFreeSpeech)
+{
+    FakeVosk::pushStep(Kind::Command, 0, partial("find"));
+    FakeVosk::pushStep(Kind::Command, 0, partial("find [unk]"));
+    FakeVosk::pushStep(Kind::Dictation, 0, partial("find hello"));
+    feed(2);
+    EXPECT_TRUE(heard.empty());
+    // The free recognizer heard both chunks at once, and hears on.
+    EXPECT_EQ(bytesFed(Kind::Dictation), 2 * static_cast<long long>(chunk.size()));
+    FakeVosk::pushStep(Kind::Dictation, 1, final("find hello world", {"1.0", "0.98", "0.97"}));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"find hello world", {100, 98, 97}, 2}}));
+    EXPECT_EQ(bytesFed(Kind::Dictation), 3 * static_cast<long long>(chunk.size()));
+    // The command recognizer comes back for the next utterance.
+    FakeVosk::pushStep(Kind::Command, 1, final("go to line seven", {"1.0", "1.0", "1.0", "1.0"}));
+    feed(1);
+    EXPECT_EQ(heard.back(), (WordsDelivery{"go to line seven", {100, 100, 100, 100}, 2}));
+}
+
+TEST_F(EngineTextSlot, FreeWordsThatAreNoCommandGiveNothing)
+{
+    FakeVosk::pushStep(Kind::Command, 0, partial("find [unk]"));
+    FakeVosk::pushStep(Kind::Dictation, 1, final("fine hello world", {"1.0", "1.0", "1.0"}));
+    feed(1);
+    EXPECT_TRUE(heard.empty());
+}
+
+TEST_F(EngineTextSlot, WordsTheGrammarNamedNeedNoSecondHearing)
+{
+    FakeVosk::pushStep(Kind::Command, 1, final("find line", {"1.0", "1.0"}));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"find line", {100, 100}, 2}}));
+    EXPECT_EQ(bytesFed(Kind::Dictation), 0);
+}

@@ -59,6 +59,8 @@ const Expected kSingles[] = {
     {"pat_turn_dark_red", {"turn dark red {colour=#8b0000}"}},
     {"pat_turn_blue", {"turn blue {colour=#0000ff}"}},
     {"pat_word_c_a_t", {"word c a t {spelled=cat}"}},
+    {"pat_find_hello_world", {"find hello world {query=hello world}"}},
+    {"pat_find_people_house", {"find the people in the house {query=the people in the house}"}},
     {"pat_pause_100_line_42", {"go to line forty two {line=42}"}},
     {"pat_pause_250_line_42", {"go to line forty two {line=42}"}},
     {"pat_pause_400_line_42", {"go to line forty two {line=42}"}},
@@ -89,7 +91,7 @@ protected:
                                                  {"dark red", "#8b0000"}}));
         for (const char* pattern : {"go to line <line:number 1..10000>", "select <count:number 1..20> words",
                                     "volume <level:number 0..100>", "turn <colour:list colours>",
-                                    "call <code:digits 3..6>", "word <spelled:letters 1..8>"})
+                                    "call <code:digits 3..6>", "word <spelled:letters 1..8>", "find <query:text>"})
             ASSERT_NE(manager->addCommandPattern(rule, pattern), KSR::InvalidCommandId) << pattern;
         for (const char* phrase : {"save file", "open file", "close window", "page", "page down"})
             ASSERT_NE(manager->addCommand(rule, phrase), KSR::InvalidCommandId) << phrase;
@@ -180,7 +182,8 @@ TEST_F(PatternClips, WithDictationOnAndTheEarlyEndNoValueIsAlsoDictated)
     ASSERT_TRUE(manager->setFastCommands(KSR_VoskManager::RecommendedFastCommandsQuiet));
     dictationOn();
     for (const char* clip : {"pat_line_42", "pat_turn_dark_red", "pat_call_0042", "pat_line_105_and",
-                             "pat_word_c_a_t", "pat_pause_400_line_42"}) {
+                             "pat_word_c_a_t", "pat_pause_400_line_42", "pat_find_hello_world",
+                             "pat_find_people_house"}) {
         manager->clearReports();
         hear(ownClip(clip));
         EXPECT_EQ(heard().size(), 1U) << clip;

@@ -1,0 +1,88 @@
+// Vosk::Engine: commands with a free-text slot ("find <query:text>").
+//
+// The command recognizer hears only the grammar's words, so the free words
+// of a text slot come back as "[unk]" or as stray grammar words. Worse, the
+// model counts its unknown-word phone as silence when it ends an utterance,
+// so a sentence after "find" is cut into pieces ("find [unk]", "[unk] s").
+// So once the command recognizer's words are a command with a text slot
+// whose words it could not name, a recognizer of free speech takes the
+// utterance over: it hears the utterance again from its first chunk, then
+// every chunk, until its own end of utterance, and its words decide. Making
+// one costs under a millisecond; it hears a two-second command in about
+// 70 ms of processor time, and it exists only while such a command is said.
+#include "vosk_engine.h"
+
+#include "common/command_pattern_set.h"
+#include "vosk/fast_command_state.h"
+#include "vosk/vosk_recognizer.h"
+#include "vosk_model.h"
+
+namespace Vosk {
+
+namespace {
+
+// A text slot holds at most 50 words; an utterance longer than this is no
+// command being said.
+const std::size_t kLongestTextCommand = 20 * FastCommandState::kSamplesPerMillisecond * 1000 * 2;
+
+}  // namespace
+
+bool Engine::beginTextStage(const std::string& json)
+{
+    std::shared_ptr<const KSR::CommandPatternSet> patterns;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        patterns = mp_patterns;
+    }
+    if (!patterns || !patterns->hasText() || json.find("[unk]") == std::string::npos || !mp_model)
+        return false;
+    FastCommandState& fast = *mp_fast;
+    if (!fast.utteranceComplete || fast.utteranceAudio.empty())
+        return false;
+    std::vector<std::string> words;
+    KSR::splitString(jsonToString(json), ' ', false, words);
+    if (!patterns->matchesWithUnheardText(words, 0, words.size()))
+        return false;
+
+    mp_textRecognizer.reset(new Recognizer(*mp_model, static_cast<float>(mp_model->sampleRate())));
+    if (!mp_textRecognizer->isValid()) {
+        mp_textRecognizer.reset();
+        return false;
+    }
+    // The command recognizer goes: the free one hears this utterance now.
+    // What the early end knows of it stays, so that dictated text keeps
+    // being held until the free recognizer has decided.
+    mp_commandRecognizer.reset();
+    std::string audio;
+    audio.swap(fast.utteranceAudio);
+    fast.utteranceBegins();
+    m_textBytes = 0;
+    bool ignored = false;
+    runTextStage(audio.data(), static_cast<int>(audio.size()), ignored);
+    return true;
+}
+
+void Engine::runTextStage(const char* data, int length, bool& commandTaken)
+{
+    if (m_commandsChanged || m_modeChanged) {
+        // The grammar or the mode changed: the utterance is heard afresh.
+        mp_textRecognizer.reset();
+        mp_fast->commandRecognizerGone();
+        mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
+        return;
+    }
+    m_textBytes += static_cast<std::size_t>(length);
+    const bool accepted = mp_textRecognizer->acceptWaveform(data, length);
+    if (!accepted && m_textBytes < kLongestTextCommand)
+        return;
+    const std::string json = accepted ? mp_textRecognizer->result() : mp_textRecognizer->finalResult();
+    mp_textRecognizer.reset();
+    // A result that is no command of the patterns is nothing: the final
+    // delivery decides it like any other.
+    if (!deliverCommandResult(json, true, true, commandTaken)) {
+        mp_fast->commandRecognizerGone();
+        mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
+    }
+}
+
+}  // namespace Vosk
