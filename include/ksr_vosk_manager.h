@@ -18,6 +18,7 @@
 
 class KSR_NumeralConverter;
 namespace KSR {
+class CommandPattern;
 class CommandPatternSet;
 }
 
@@ -108,6 +109,12 @@ public:
     bool setList(const std::string& name, const KSR::SpokenList& items);
     // The list as set (empty when none is).
     KSR::SpokenList list(const std::string& name);
+    // Why addCommandPattern or setList would refuse these, in the words of
+    // their log line; empty when they would not (a pattern that its rule
+    // has already is refused all the same). For a host that shows the
+    // reason itself.
+    std::string patternProblem(const std::string& pattern);
+    std::string listProblem(const std::string& name, const KSR::SpokenList& items);
 
     std::vector<int> getAvailableCommandIds(KSR::GrammarId grammarId);
     std::vector<std::string> getAvailableCommandNames(KSR::GrammarId grammarId);
@@ -225,6 +232,13 @@ private:
     std::string applyFormattingLocked(std::size_t index, Callouts& callouts);
 
     std::vector<std::shared_ptr<KSR_VoskGrammar>> registeredGrammars();
+    // The pattern parsed and checked against the model and the lists; null
+    // with `error` when it is refused.
+    std::shared_ptr<const KSR::CommandPattern> parsePattern(const std::string& pattern, std::string& error);
+    // The list with its spoken forms lower-cased and their blanks made
+    // single; false with `error` when it is refused.
+    bool normalizeList(const std::string& name, const KSR::SpokenList& items, KSR::SpokenList& normalized,
+                       std::string& error);
     // The patterns among the available commands go to the engine as one
     // set; the lock is held.
     void setPatternsLocked(const std::vector<std::shared_ptr<KSR_VoskGrammar::CommandInfo>>& commands);

@@ -33,33 +33,74 @@ std::string lowerOutsideSlots(const std::string& pattern)
     return lowered;
 }
 
+const char* const kNoModel = "KSR_VoskManager must have a valid acoustic model!";
+
 }  // namespace
+
+std::shared_ptr<const KSR::CommandPattern> KSR_VoskManager::parsePattern(const std::string& pattern,
+                                                                        std::string& error)
+{
+    const Vosk::Model* model = mp_engine ? mp_engine->model() : nullptr;
+    if (!model) {
+        error = kNoModel;
+        return nullptr;
+    }
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    std::set<std::string> names;
+    for (const auto& entry : m_lists)
+        names.insert(entry.first);
+    std::shared_ptr<const KSR::CommandPattern> parsed =
+        KSR::CommandPattern::parse(lowerOutsideSlots(pattern), names, error);
+    if (!parsed)
+        return nullptr;
+    for (const std::string& word : parsed->vocabulary(m_lists)) {
+        if (!model->findWord(word)) {
+            error = "the model does not know the word \"" + word + "\"";
+            return nullptr;
+        }
+    }
+    return parsed;
+}
+
+bool KSR_VoskManager::normalizeList(const std::string& name, const KSR::SpokenList& items,
+                                    KSR::SpokenList& normalized, std::string& error)
+{
+    const Vosk::Model* model = mp_engine ? mp_engine->model() : nullptr;
+    if (!model) {
+        error = kNoModel;
+        return false;
+    }
+    if (name.empty()) {
+        error = "a list needs a name";
+        return false;
+    }
+    for (const auto& entry : items) {
+        std::vector<std::string> words;
+        KSR::splitString(KSR::toLowerAscii(entry.first), ' ', false, words);
+        if (words.empty()) {
+            error = "an empty spoken form (for the value \"" + entry.second + "\")";
+            return false;
+        }
+        std::string spoken;
+        for (const std::string& word : words) {
+            if (!model->findWord(word)) {
+                error = "the model does not know the word \"" + word + "\"";
+                return false;
+            }
+            spoken += (spoken.empty() ? "" : " ") + word;
+        }
+        normalized[spoken] = entry.second;
+    }
+    return true;
+}
 
 KSR::CommandId KSR_VoskManager::addCommandPattern(KSR::RuleId ruleId, const std::string& pattern)
 {
-    const std::string lowered = lowerOutsideSlots(pattern);
-    const Vosk::Model* model = mp_engine ? mp_engine->model() : nullptr;
-    if (!model) {
-        KSR_Logger::Error("KSR_VoskManager must have a valid acoustic model!");
-        return KSR::InvalidCommandId;
-    }
     std::string error;
-    std::shared_ptr<const KSR::CommandPattern> parsed;
-    {
-        std::lock_guard<std::recursive_mutex> lock(m_mutex);
-        std::set<std::string> names;
-        for (const auto& entry : m_lists)
-            names.insert(entry.first);
-        parsed = KSR::CommandPattern::parse(lowered, names, error);
-        if (parsed) {
-            for (const std::string& word : parsed->vocabulary(m_lists)) {
-                if (!model->findWord(word)) {
-                    error = "the model does not know the word \"" + word + "\"";
-                    parsed.reset();
-                    break;
-                }
-            }
-        }
+    std::shared_ptr<const KSR::CommandPattern> parsed = parsePattern(pattern, error);
+    if (error == kNoModel) {
+        KSR_Logger::Error(kNoModel);
+        return KSR::InvalidCommandId;
     }
     if (!parsed) {
         KSR_Logger::Log("Command pattern \"" + pattern + "\" cannot be added: " + error);
@@ -73,38 +114,37 @@ KSR::CommandId KSR_VoskManager::addCommandPattern(KSR::RuleId ruleId, const std:
 
 bool KSR_VoskManager::setList(const std::string& name, const KSR::SpokenList& items)
 {
-    const Vosk::Model* model = mp_engine ? mp_engine->model() : nullptr;
-    if (!model) {
-        KSR_Logger::Error("KSR_VoskManager must have a valid acoustic model!");
+    std::string error;
+    KSR::SpokenList normalized;
+    if (!normalizeList(name, items, normalized, error)) {
+        if (error == kNoModel)
+            KSR_Logger::Error(kNoModel);
+        else
+            KSR_Logger::Log("List \"" + name + "\" cannot be set: " + error);
         return false;
-    }
-    const auto refuse = [&name](const std::string& why) {
-        KSR_Logger::Log("List \"" + name + "\" cannot be set: " + why);
-        return false;
-    };
-    if (name.empty())
-        return refuse("a list needs a name");
-    KSR::SpokenList lowered;
-    for (const auto& entry : items) {
-        std::vector<std::string> words;
-        KSR::splitString(KSR::toLowerAscii(entry.first), ' ', false, words);
-        if (words.empty())
-            return refuse("an empty spoken form (for the value \"" + entry.second + "\")");
-        std::string spoken;
-        for (const std::string& word : words) {
-            if (!model->findWord(word))
-                return refuse("the model does not know the word \"" + word + "\"");
-            spoken += (spoken.empty() ? "" : " ") + word;
-        }
-        lowered[spoken] = entry.second;
     }
     {
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
-        m_lists[name] = std::move(lowered);
+        m_lists[name] = std::move(normalized);
     }
     // The grammar follows the list at once while listening.
     grammarChanged(KSR::InvalidGrammarId);
     return true;
+}
+
+std::string KSR_VoskManager::patternProblem(const std::string& pattern)
+{
+    std::string error;
+    parsePattern(pattern, error);
+    return error;
+}
+
+std::string KSR_VoskManager::listProblem(const std::string& name, const KSR::SpokenList& items)
+{
+    std::string error;
+    KSR::SpokenList normalized;
+    normalizeList(name, items, normalized, error);
+    return error;
 }
 
 KSR::SpokenList KSR_VoskManager::list(const std::string& name)

@@ -505,3 +505,145 @@ TEST_F(Demo, ABadShortQuietIsRefused)
     EXPECT_EQ(run.status, 2);
     EXPECT_NE(run.err.find("--short-quiet needs a quiet time of 0 to 5000 ms, not \"-3\""), std::string::npos) << run.err;
 }
+
+// --- Commands with arguments: "patterns" and "lists" in the grammar file ---
+namespace {
+
+// A phrase and three patterns in one rule, one of them on a list whose
+// spoken forms differ from their values.
+const char* const kPatternGrammar = R"({
+  "grammars": [ { "name": "all", "active": true, "rules": [ { "name": "r", "commands": ["open file"],
+    "patterns": ["volume <level:number 0..100>", "turn <colour:list colours>", "select <count:number 1..20> words"] } ] } ],
+  "lists": { "colours": { "red": "#ff0000", "dark red": "#8b0000", "blue": "#0000ff" } }
+})";
+
+// Made by the clip helper for commands with arguments (tests/clips).
+std::string patternClip(const std::string& name) { return std::string(KSR_SOURCE_DIR) + "/tests/clips/" + name; }
+
+// The command lines of a JSON run, exactly as printed.
+Strings commandLines(const DemoRun& run)
+{
+    Strings out;
+    for (const std::string& line : run.lines())
+        if (line.rfind("{\"event\":\"command\"", 0) == 0)
+            out.push_back(line);
+    return out;
+}
+
+}  // namespace
+
+TEST_F(Demo, PatternsAndListsOfTheGrammarFileGiveCommandsWithArguments)
+{
+    const std::string grammar = folder.write("patterns.json", kPatternGrammar);
+    const DemoRun run =
+        hear(grammar, {patternClip("pat_volume_100.wav"), patternClip("pat_turn_dark_red.wav"), "cmd_open_file.wav"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const std::string ids = R"("grammar":102,"grammarName":"all","rule":12,"ruleName":"r",)";
+    // The phrase's line is as it was before commands had arguments.
+    EXPECT_EQ(commandLines(run),
+              (Strings{R"({"event":"command","text":"volume one hundred",)" + ids + R"("command":1,"arguments":{"level":100}})",
+                       R"({"event":"command","text":"turn dark red",)" + ids + R"("command":2,"arguments":{"colour":"#8b0000"}})",
+                       R"({"event":"command","text":"open file",)" + ids + R"("command":0})"}))
+        << run.out;
+    // A number slot is a JSON number, a list slot the list's value as a string.
+    const Strings lines = commandLines(run);
+    ASSERT_EQ(lines.size(), 3U);
+    rapidjson::Document volume;
+    volume.Parse(lines[0].c_str());
+    ASSERT_TRUE(volume.IsObject() && volume.HasMember("arguments"));
+    EXPECT_TRUE(volume["arguments"]["level"].IsInt64());
+    rapidjson::Document turn;
+    turn.Parse(lines[1].c_str());
+    ASSERT_TRUE(turn.IsObject() && turn.HasMember("arguments"));
+    EXPECT_TRUE(turn["arguments"]["colour"].IsString());
+}
+
+TEST_F(Demo, TextOutputShowsTheArgumentValuesAfterTheWords)
+{
+    const std::string grammar = folder.write("patterns.json", kPatternGrammar);
+    const DemoRun run =
+        hear(grammar, {patternClip("pat_volume_100.wav"), patternClip("pat_turn_dark_red.wav"), "cmd_open_file.wav"},
+             false);
+    ASSERT_EQ(run.status, 0) << run.err;
+    Strings commands;
+    for (const std::string& line : run.lines())
+        if (line.rfind("command ", 0) == 0)
+            commands.push_back(line);
+    EXPECT_EQ(commands, (Strings{"command     \"volume one hundred\"  [level=100]  grammar 102 all, rule 12 r, command 1",
+                                 "command     \"turn dark red\"  [colour=\"#8b0000\"]  grammar 102 all, rule 12 r, command 2",
+                                 "command     \"open file\"  grammar 102 all, rule 12 r, command 0"}))
+        << run.out;
+}
+
+TEST_F(Demo, TheBundledGrammarHearsItsPatterns)
+{
+    // "edit" is on, its rule "arguments" (14, after the rules 12 and 13 of
+    // "files" and "edit") holds the patterns.
+    const DemoRun run =
+        runDemo({"--model", TestData::modelPath(), "--json", "--wav", patternClip("pat_line_42.wav"),
+                 patternClip("pat_turn_dark_red.wav"), patternClip("pat_volume_100.wav"),
+                 patternClip("pat_select_20_words.wav"), TestData::clip("cmd_select_all.wav")});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const std::string ids = R"("grammar":103,"grammarName":"edit","rule":14,"ruleName":"arguments",)";
+    EXPECT_EQ(commandLines(run),
+              (Strings{R"({"event":"command","text":"go to line forty two",)" + ids + R"("command":0,"arguments":{"line":42}})",
+                       R"({"event":"command","text":"turn dark red",)" + ids + R"("command":2,"arguments":{"colour":"#8b0000"}})",
+                       R"({"event":"command","text":"volume one hundred",)" + ids + R"("command":1,"arguments":{"level":100}})",
+                       R"({"event":"command","text":"select twenty words",)" + ids + R"("command":3,"arguments":{"count":20}})",
+                       // The phrase beside the pattern that begins like it.
+                       R"({"event":"command","text":"select all","grammar":103,"grammarName":"edit","rule":13,"ruleName":"edit","command":1})"}))
+        << run.out;
+}
+
+TEST_F(Demo, ABadPatternOrListExitsWith4AndSaysWhich)
+{
+    const std::string clip = TestData::clip("cmd_open_file.wav");
+    const auto rule = [](const std::string& patterns) {
+        return R"({ "grammars": [ { "name": "a", "rules": [ { "name": "r", "patterns": )" + patterns + " } ] } ]";
+    };
+    const std::string colours = R"(, "lists": { "colours": { "red": "r" } } })";
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {rule("[1]") + " }", "grammar 1, rule 1: \"patterns\" must be a list of strings"},
+        {R"({ "grammars": [], "lists": [] })", "\"lists\" must be an object of lists"},
+        {R"({ "grammars": [], "lists": { "c": ["red"] } })",
+         "list \"c\" must be an object of spoken forms and their values"},
+        {R"({ "grammars": [], "lists": { "c": { "red": 1 } } })", "list \"c\": the value of \"red\" must be a string"},
+        {R"({ "grammars": [], "lists": { "c": { "dark zyzzyva": "z" } } })",
+         "list \"c\" was refused: the model does not know the word \"zyzzyva\""},
+        {R"({ "grammars": [], "lists": { "c": { " ": "z" } } })",
+         "list \"c\" was refused: an empty spoken form (for the value \"z\")"},
+        {rule(R"(["open <n:number 1..3> zyzzyva"])") + " }",
+         "pattern of rule \"r\" \"open <n:number 1..3> zyzzyva\" was refused: the model does not know the word "
+         "\"zyzzyva\""},
+        {rule(R"(["turn <c:list colours>", "turn <c:list colours>"])") + colours,
+         "pattern of rule \"r\" \"turn <c:list colours>\" was refused: the rule has it already"},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        const std::string path = folder.write("bad" + std::to_string(i) + ".json", cases[i].first);
+        const DemoRun run = runDemo({"--model", TestData::modelPath(), "--grammar", path, "--wav", clip});
+        EXPECT_EQ(run.status, 4) << cases[i].first;
+        EXPECT_NE(run.err.find("ksr-demo: grammar file " + path + ": " + cases[i].second + "\n"), std::string::npos)
+            << run.err;
+        EXPECT_TRUE(run.out.empty());
+    }
+    // A pattern the module cannot read: the demo names it and gives the
+    // module's reason (its syntax errors are the module's own words).
+    const std::vector<std::pair<std::string, std::string>> unreadable = {
+        {"go to line <line:number 10..1>", "10..1"},
+        {"turn <c:list shades>", "shades"},
+        {"open [file", "["},
+    };
+    for (std::size_t i = 0; i < unreadable.size(); ++i) {
+        const std::string path =
+            folder.write("unreadable" + std::to_string(i) + ".json", rule("[\"" + unreadable[i].first + "\"]") + colours);
+        const DemoRun run = runDemo({"--model", TestData::modelPath(), "--grammar", path, "--wav", clip});
+        EXPECT_EQ(run.status, 4) << unreadable[i].first;
+        const std::string said =
+            "ksr-demo: grammar file " + path + ": pattern of rule \"r\" \"" + unreadable[i].first + "\" was refused: ";
+        const std::size_t at = run.err.find(said);
+        ASSERT_NE(at, std::string::npos) << run.err;
+        const std::string reason = run.err.substr(at + said.size(), run.err.find('\n', at) - at - said.size());
+        EXPECT_NE(reason.find(unreadable[i].second), std::string::npos) << reason;
+        EXPECT_TRUE(run.out.empty());
+    }
+}

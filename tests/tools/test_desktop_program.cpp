@@ -213,3 +213,23 @@ TEST_F(DesktopProgram, ListeningWithoutAnyMicrophoneExitsWith6)
     EXPECT_NE(run.err.find("ksr-desktop: no microphone found\n"), std::string::npos) << run.err;
     EXPECT_FALSE(QFile::exists(QString::fromStdString(path("w.png"))));
 }
+
+TEST_F(DesktopProgram, ABadPatternOrListExitsWith4AndSaysWhich)
+{
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {R"({ "grammars": [ { "name": "a", "rules": [ { "name": "r", "patterns": ["open <n:number 1..3> zyzzyva"] } ] } ] })",
+         "pattern of rule \"r\" \"open <n:number 1..3> zyzzyva\" was refused: the model does not know the word "
+         "\"zyzzyva\""},
+        {R"({ "grammars": [], "lists": { "c": { "dark zyzzyva": "z" } } })",
+         "list \"c\" was refused: the model does not know the word \"zyzzyva\""},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        const std::string grammar = write("bad" + std::to_string(i) + ".json", cases[i].first);
+        const ProgramRun run =
+            runDesktop({"--model", TestData::modelPath(), "--grammar", grammar, "--screenshot", path("w.png")});
+        EXPECT_EQ(run.status, 4) << cases[i].second;
+        EXPECT_NE(run.err.find("ksr-desktop: grammar file " + grammar + ": " + cases[i].second + "\n"),
+                  std::string::npos)
+            << run.err;
+    }
+}

@@ -382,3 +382,81 @@ TEST_F(DesktopWindow, TheShortQuietBoxSetsTheEarlyEndsShortQuiet)
     EXPECT_EQ(sr().fastCommands(), KSR_VoskManager::RecommendedFastCommandsQuiet);
     EXPECT_EQ(sr().fastCommandsShortQuiet(), 150);
 }
+
+// --- Commands with arguments ------------------------------------------
+
+namespace {
+
+// The bundled grammar's rule of patterns, after the rules of "files" and "edit".
+const KSR::RuleId ArgumentsRule = 14;
+
+KSR::Argument argument(const std::string& name, KSR::SlotType type, long long number, const std::string& text)
+{
+    KSR::Argument value;
+    value.name = name;
+    value.type = type;
+    value.number = number;
+    value.text = text;
+    return value;
+}
+
+}  // namespace
+
+TEST_F(DesktopWindow, TheTreeShowsEachRulesPatterns)
+{
+    const QTreeWidgetItem* edit = tree().grammarItem(Edit);
+    ASSERT_NE(edit, nullptr);
+    ASSERT_EQ(edit->childCount(), 2);
+    const QTreeWidgetItem* arguments = edit->child(1);
+    EXPECT_EQ(arguments, tree().ruleItem(ArgumentsRule));
+    EXPECT_EQ(arguments->text(GrammarTree::NameColumn), "arguments");
+    EXPECT_EQ(arguments->text(GrammarTree::IdColumn), "14");
+    EXPECT_EQ(arguments->checkState(GrammarTree::NameColumn), Qt::Checked);
+    // Each pattern under its text, with its command id, as the module lists it.
+    EXPECT_EQ(childTexts(arguments), (QStringList{"go to line <line:number 1..10000>", "volume <level:number 0..100>",
+                                                  "turn <colour:list colours>", "select <count:number 1..20> words"}));
+    QStringList names;
+    for (const std::string& name : sr().getAvailableCommandNames(Edit))
+        names << QString::fromStdString(name);
+    for (int i = 0; i < arguments->childCount(); ++i) {
+        const QTreeWidgetItem* pattern = arguments->child(i);
+        EXPECT_EQ(pattern->text(GrammarTree::IdColumn), QString::number(i));
+        EXPECT_TRUE(names.contains(pattern->text(GrammarTree::NameColumn)));
+        // In italics, unlike a phrase.
+        EXPECT_TRUE(pattern->font(GrammarTree::NameColumn).italic());
+        EXPECT_FALSE(pattern->toolTip(GrammarTree::NameColumn).isEmpty());
+    }
+    EXPECT_FALSE(edit->child(0)->child(0)->font(GrammarTree::NameColumn).italic());
+    // The list the patterns name came with the grammar file.
+    EXPECT_EQ(sr().list("colours"), (KSR::SpokenList{{"red", "#ff0000"}, {"green", "#00ff00"}, {"blue", "#0000ff"},
+                                                     {"dark red", "#8b0000"}}));
+}
+
+TEST_F(DesktopWindow, TheLogShowsACommandsArgumentValues)
+{
+    KSR::SRData line = result(Edit, ArgumentsRule, 0, "go to line forty two");
+    line.arguments.push_back(argument("line", KSR::SlotType::Number, 42, "42"));
+    emit sr().recognitionResult(line);
+    EXPECT_EQ(window->eventLog().lineText(0),
+              "command \"go to line forty two\"  [line=42]  grammar 103 edit, rule 14 arguments, command 0");
+
+    KSR::SRData turn = result(Edit, ArgumentsRule, 2, "turn dark red");
+    turn.arguments.push_back(argument("colour", KSR::SlotType::List, 0, "#8b0000"));
+    turn.arguments.push_back(argument("code", KSR::SlotType::Digits, 0, "007"));
+    emit sr().recognitionResult(turn);
+    EXPECT_EQ(window->eventLog().lineText(0),
+              "command \"turn dark red\"  [colour=\"#8b0000\", code=\"007\"]  grammar 103 edit, rule 14 arguments, "
+              "command 2");
+    EXPECT_TRUE(window->documentView().toPlainText().isEmpty()) << "a command writes nothing";
+}
+
+TEST_F(DesktopWindow, ALogLineShowsWholeInItsTooltip)
+{
+    KSR::SRData volume = result(Edit, ArgumentsRule, 1, "volume one hundred");
+    volume.arguments.push_back(argument("level", KSR::SlotType::Number, 100, "100"));
+    emit sr().recognitionResult(volume);
+    const QTreeWidgetItem* line = window->eventLog().topLevelItem(0);
+    ASSERT_NE(line, nullptr);
+    EXPECT_EQ(line->toolTip(EventLog::DetailsColumn),
+              "\"volume one hundred\"  [level=100]  grammar 103 edit, rule 14 arguments, command 1");
+}

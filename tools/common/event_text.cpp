@@ -35,9 +35,25 @@ std::string result(const GrammarNames& names, ResultKind kind, const KSR::SRData
     case ResultKind::Command:
         break;
     }
-    return quoted(data.text) + "  grammar " + std::to_string(data.grammarId) + " " +
-           grammarName(names, data.grammarId) + ", rule " + std::to_string(data.ruleId) + " " +
-           ruleName(names, data.ruleId) + ", command " + std::to_string(data.commandId);
+    // The values next to the words they were said in, where a narrow
+    // column still shows them.
+    const std::string values = arguments(data.arguments);
+    return quoted(data.text) + (values.empty() ? std::string() : "  [" + values + "]") + "  grammar " +
+           std::to_string(data.grammarId) + " " + grammarName(names, data.grammarId) + ", rule " +
+           std::to_string(data.ruleId) + " " + ruleName(names, data.ruleId) + ", command " +
+           std::to_string(data.commandId);
+}
+
+std::string arguments(const std::vector<KSR::Argument>& values)
+{
+    std::string text;
+    for (const KSR::Argument& value : values) {
+        if (!text.empty())
+            text += ", ";
+        text += value.name + '=' +
+                (value.type == KSR::SlotType::Number ? std::to_string(value.number) : quoted(value.text));
+    }
+    return text;
 }
 
 std::string hypothesis(const KSR::SRData& data) { return quoted(data.text); }

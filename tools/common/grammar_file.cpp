@@ -89,9 +89,10 @@ bool readRule(const Value& value, const std::string& where, RuleSpec& rule, std:
         error = where + " must be an object";
         return false;
     }
-    if (!onlyKeys(value, {"name", "active", "commands"}, where, error) ||
+    if (!onlyKeys(value, {"name", "active", "commands", "patterns"}, where, error) ||
         !readString(value, "name", rule.name, where, error) || !readBool(value, "active", rule.active, where, error) ||
-        !readStrings(value, "commands", rule.commands, where, error))
+        !readStrings(value, "commands", rule.commands, where, error) ||
+        !readStrings(value, "patterns", rule.patterns, where, error))
         return false;
     if (rule.name.empty()) {
         error = where + ": a rule needs a \"name\"";
@@ -131,13 +132,41 @@ bool readGrammar(const Value& value, const std::string& where, GrammarSpec& gram
     return true;
 }
 
+// "lists": { "NAME": { "spoken form": "value", ... }, ... }
+bool readLists(const Value& value, KSR::SpokenLists& lists, std::string& error)
+{
+    if (!value.IsObject()) {
+        error = "\"lists\" must be an object of lists";
+        return false;
+    }
+    for (auto list = value.MemberBegin(); list != value.MemberEnd(); ++list) {
+        const std::string name = list->name.GetString();
+        const std::string where = "list \"" + name + "\"";
+        if (!list->value.IsObject()) {
+            error = where + " must be an object of spoken forms and their values";
+            return false;
+        }
+        KSR::SpokenList& items = lists[name];
+        for (auto item = list->value.MemberBegin(); item != list->value.MemberEnd(); ++item) {
+            if (!item->value.IsString()) {
+                error = where + ": the value of \"" + item->name.GetString() + "\" must be a string";
+                return false;
+            }
+            items[item->name.GetString()] = item->value.GetString();
+        }
+    }
+    return true;
+}
+
 bool readDocument(const Value& root, GrammarFile& file, std::string& error)
 {
     if (!root.IsObject()) {
         error = "the top level must be an object";
         return false;
     }
-    if (!onlyKeys(root, {"grammars", "dictation", "thresholds", "modes", "settings"}, "top level", error))
+    if (!onlyKeys(root, {"grammars", "lists", "dictation", "thresholds", "modes", "settings"}, "top level", error))
+        return false;
+    if (root.HasMember("lists") && !readLists(root["lists"], file.lists, error))
         return false;
     if (!root.HasMember("grammars") || !root["grammars"].IsArray()) {
         error = "\"grammars\" must be a list of grammars";
@@ -268,6 +297,13 @@ bool registerGrammarFile(KSR_VoskManager& manager, const GrammarFile& file, Gram
         names.rules[names.formattingRule] = "formatting";
     }
 
+    // Patterns name the lists, so the lists come first.
+    for (const auto& list : file.lists)
+        if (!manager.setList(list.first, list.second)) {
+            error = "list \"" + list.first + "\" was refused: " + manager.listProblem(list.first, list.second);
+            return false;
+        }
+
     std::vector<KSR::GrammarId> toActivate;
     for (const GrammarSpec& grammar : file.grammars) {
         const KSR::GrammarId id = manager.addCommandGrammar(grammar.activationKey);
@@ -281,6 +317,13 @@ bool registerGrammarFile(KSR_VoskManager& manager, const GrammarFile& file, Gram
             for (const std::string& command : rule.commands)
                 if (manager.addCommand(ruleId, command) == KSR::InvalidCommandId)
                     return refused(manager, "command of rule \"" + rule.name + "\"", command, error);
+            for (const std::string& pattern : rule.patterns)
+                if (manager.addCommandPattern(ruleId, pattern) == KSR::InvalidCommandId) {
+                    const std::string problem = manager.patternProblem(pattern);
+                    error = "pattern of rule \"" + rule.name + "\" \"" + pattern + "\" was refused: " +
+                            (problem.empty() ? std::string("the rule has it already") : problem);
+                    return false;
+                }
             if (!rule.active)
                 manager.setRuleActivated(ruleId, false);
         }

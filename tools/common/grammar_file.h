@@ -18,8 +18,15 @@ class KSR_VoskManager;
 //                                       grammar on and the other keyed ones off
 //       "active": true,                 optional, default false
 //       "rules": [ { "name": "files", "active": true,
-//                    "commands": ["open file", "close window"] } ] }
-//   ],
+//                    "commands": ["open file", "close window"],
+//                    "patterns": ["go to line <line:number 1..10000>",
+//                                 "turn <colour:list colours>"] } ] }
+//   ],                                  patterns: commands with arguments
+//                                       (addCommandPattern), added after the
+//                                       rule's phrases
+//   "lists": {                          optional: the host lists of list slots,
+//     "colours": { "red": "#ff0000",    each spoken form with its value (setList),
+//                  "dark red": "#8b0000" } },   set before any pattern is added
 //   "dictation": {                      optional: free dictation
 //     "activationKey": "",  "active": true,
 //     "forcedWordsKeyword": "force", "forcedWords": ["smith"] },
@@ -36,6 +43,8 @@ struct RuleSpec {
     std::string name;
     bool active = true;
     std::vector<std::string> commands;
+    // Initialized here so that a rule written {name, active, commands} is whole.
+    std::vector<std::string> patterns{};
 };
 
 struct GrammarSpec {
@@ -47,6 +56,7 @@ struct GrammarSpec {
 
 struct GrammarFile {
     std::vector<GrammarSpec> grammars;
+    KSR::SpokenLists lists;
     bool hasDictation = false;
     std::string dictationKey;
     bool dictationActive = false;

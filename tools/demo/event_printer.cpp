@@ -40,6 +40,26 @@ void ids(Writer& writer, const KSR::SRData& data)
     writer.Int(data.commandId);
 }
 
+// A command's slots as "arguments": {"line": 42, "colour": "#8b0000"}, a
+// number slot as a JSON number, every other value as a string. Nothing for
+// a command without arguments, whose line stays as it always was.
+void arguments(Writer& writer, const std::vector<KSR::Argument>& values)
+{
+    if (values.empty())
+        return;
+    writer.Key("arguments");
+    writer.StartObject();
+    for (const KSR::Argument& value : values) {
+        if (value.type == KSR::SlotType::Number) {
+            writer.Key(value.name.c_str(), static_cast<rapidjson::SizeType>(value.name.size()));
+            writer.Int64(value.number);
+        } else {
+            key(writer, value.name.c_str(), value.text);
+        }
+    }
+    writer.EndObject();
+}
+
 }  // namespace
 
 EventPrinter::EventPrinter(K_VoskInterface& recognizer, const GrammarNames& names, bool json, bool hypotheses,
@@ -121,6 +141,7 @@ void EventPrinter::result(const KSR::SRData& data)
             key(w, "ruleName", EventText::ruleName(m_names, data.ruleId));
             w.Key("command");
             w.Int(data.commandId);
+            arguments(w, data.arguments);
             break;
         }
     }));

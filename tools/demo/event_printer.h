@@ -13,6 +13,8 @@
 
 // Prints one line per signal of the interface, as text or as JSON:
 //   command     "open file"  grammar 102 files, rule 12 files, command 0
+//   command     "volume ten"  [level=10]  grammar 103 edit, rule 14 arguments, command 1
+//                                                 a command with arguments
 //   text        "Hello world"                     dictated text
 //   format      ","  command 10                   spoken formatting phrase
 //   hypothesis  "open fi"                         partial result (when asked;
@@ -23,7 +25,9 @@
 //   microphone  "Built-in" lost                   the microphone went away (paced listening;
 //   microphone  "Built-in" back                   listening goes on and it is tried again)
 //   document    "Hello world,\n"                  all text written (on request)
-// JSON lines carry the same fields: {"event":"command","text":...}.
+// JSON lines carry the same fields: {"event":"command","text":...}; a
+// command with arguments adds "arguments": {"level": 10} (numbers as JSON
+// numbers, other values as strings).
 // It lives on the thread that prints; signals from the recognition thread
 // reach it queued.
 class EventPrinter : public QObject {

@@ -41,6 +41,8 @@ void EventLog::add(const char* event, const std::string& details)
 {
     auto* item = new QTreeWidgetItem({QTime::currentTime().toString("HH:mm:ss.zzz"), QString::fromLatin1(event),
                                       QString::fromStdString(details)});
+    // A line cut short by the column shows whole when pointed at.
+    item->setToolTip(DetailsColumn, item->text(DetailsColumn));
     item->setForeground(EventColumn, eventColour(event));
     QFont bold = item->font(EventColumn);
     bold.setBold(true);

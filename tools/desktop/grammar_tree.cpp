@@ -23,6 +23,22 @@ QTreeWidgetItem* makeItem(const QString& name, const QString& key, qulonglong id
     return item;
 }
 
+// A phrase, or a pattern (its text is its name) set in italics, so that a
+// command said with values stands apart from the phrases beside it.
+QTreeWidgetItem* commandItem(const KSR_VoskGrammar::CommandInfo& command)
+{
+    QTreeWidgetItem* item = makeItem(QString::fromStdString(command.phrase), QString(),
+                                     static_cast<qulonglong>(command.commandId), CommandKind);
+    if (command.pattern) {
+        QFont italic = item->font(GrammarTree::NameColumn);
+        italic.setItalic(true);
+        item->setFont(GrammarTree::NameColumn, italic);
+        item->setToolTip(GrammarTree::NameColumn, "A command with arguments: what is said in each <slot> "
+                                                  "comes with the command as its value");
+    }
+    return item;
+}
+
 Qt::CheckState box(bool on) { return on ? Qt::Checked : Qt::Unchecked; }
 
 }  // namespace
@@ -91,8 +107,7 @@ void GrammarTree::addGrammar(const GrammarNames& names, KSR::GrammarId id)
         m_rules[ruleId] = ruleItem;
         for (const auto& command : commands)
             if (command->ruleId == ruleId && command->available)
-                ruleItem->addChild(makeItem(QString::fromStdString(command->phrase), QString(),
-                                            static_cast<qulonglong>(command->commandId), CommandKind));
+                ruleItem->addChild(commandItem(*command));
         ruleItem->setExpanded(true);
     }
 }

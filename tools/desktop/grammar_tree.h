@@ -10,9 +10,9 @@
 
 class KSR_VoskManager;
 
-// The grammars, their rules and commands as the module holds them, with
-// activation keys, ids and a box per grammar and rule that shows whether it
-// is on. Ticking a box switches the grammar (setActivated) or the rule
+// The grammars, their rules and commands as the module holds them (a
+// command with arguments as its pattern, in italics), with activation keys,
+// ids and a box per grammar and rule that shows whether it is on. Ticking a box switches the grammar (setActivated) or the rule
 // (setRuleActivated) in the module; the module's grammar signal (a spoken
 // key, or the host's own switch) ticks it back. The module switches a
 // grammar's rules with it, so the rules of a grammar that is off show off.
