@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "ksr_com_ptr.h"
 #include "ksr_export.h"
@@ -62,6 +64,19 @@ public:
     void setRecognitionFunction(const std::function<void(KSR::SRData)>& function);
     void setRecognitionFailedFunction(const std::function<void()>& function);
 
+    // The words of a result as the recognizer heard them (the lexical form
+    // of each phrase element, split at blanks), with its confidence in
+    // each in whole per cent (SREngineConfidence, 0 to 100).
+    struct HeardWords {
+        std::vector<std::string> words;
+        std::vector<int> confidences;
+    };
+    using HeardFunction = std::function<void(KSR::SRData, const HeardWords&)>;
+    // When set, recognitions (hypotheses) go to these with their words
+    // instead of to the recognition (hypothesis) function.
+    void setRecognitionWordsFunction(const HeardFunction& function);
+    void setHypothesisWordsFunction(const HeardFunction& function);
+
     // Whether SAPI answers the question about its set-up and training
     // dialogs at all; the "supported" flag it returns is not consulted.
     bool microphoneSetupSupported();
@@ -104,6 +119,8 @@ private:
     std::function<void(KSR::SRData)> m_hypothesisFunction;
     std::function<void(KSR::SRData)> m_recognitionFunction;
     std::function<void()> m_recognitionFailedFunction;
+    HeardFunction m_recognitionWordsFunction;
+    HeardFunction m_hypothesisWordsFunction;
     // -1 stands for "not read yet".
     int m_lowThreshold = -1;
     int m_normalThreshold = -1;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,29 @@ public:
     bool phraseExists(const std::string& phrase);
     bool setActivated(KSR::GrammarId grammarId, bool on);
 
+    // Commands with arguments: a command said with values in it, written as
+    // a pattern:
+    //   go to line <line:number 1..10000>     select <n:number 1..20> words
+    //   turn <colour:list colours>            spell <word:letters 1..12>
+    //   call <code:digits 3..6>               find <query:text> [now]
+    // Words outside the slots are lower-cased; as for addCommand, SAPI is
+    // not asked whether it knows them. The recognized command arrives like
+    // any other, its text the words heard, with the slots' values in
+    // SRData::arguments; words SAPI proposes that the pattern does not
+    // accept ("go to line" past the range's end) are a failed recognition.
+    // Returns the command id (shared with the rule's commands, removed with
+    // removeCommand), or -1 with one log line that names the problem. See
+    // KSR::CommandPattern for the whole syntax.
+    KSR::CommandId addCommandPattern(KSR::RuleId ruleId, const std::string& pattern);
+    // Sets or replaces the host list NAME of list slots: each spoken form
+    // (lower-cased) with the value that comes back for it. Every grammar
+    // whose patterns use the list hears the new one at once, listening or
+    // not. False with one log line for an empty name, an empty spoken form
+    // or a grammar SAPI refused the list for.
+    bool setList(const std::string& name, const KSR::SpokenList& items);
+    // The list as set (empty when none is).
+    KSR::SpokenList list(const std::string& name);
+
     // Activation keys.
     bool initActivationKeysGrammar();
     bool setActivationKey(std::shared_ptr<KSR_Grammar> grammar, const std::string& key);
@@ -75,10 +99,14 @@ public:
     bool setCommandRequiredConfidence(int value);
     bool setDictationRequiredConfidence(int value);
 
-    // The engine's callbacks.
+    // The engine's callbacks. Those with the words heard read the values
+    // of a command with arguments; without them such a command is no
+    // recognition (and a hypothesis of one comes without values).
     void engineStateChanged(bool active);
     void mainHypothesisFunction(KSR::SRData data);
+    void mainHypothesisFunction(KSR::SRData data, const KSR_Engine::HeardWords& heard);
     void mainRecognitionFunction(KSR::SRData data);
+    void mainRecognitionFunction(KSR::SRData data, const KSR_Engine::HeardWords& heard);
     void mainRecognitionFailedFunction();
 
     // Null when the engine could not be set up.
@@ -99,6 +127,11 @@ private:
     std::shared_ptr<KSR_Grammar> registered(KSR::GrammarId grammarId) const;
     std::shared_ptr<KSR_Grammar> grammarWithRule(KSR::RuleId ruleId) const;
     bool isRemovedCommand(const KSR::SRData& data) const;
+    // Matches the words of a command with arguments against its pattern and
+    // fills in its text and arguments; false when they are not the command
+    // (a hypothesis always passes). Other results are left as they are.
+    bool readArguments(KSR::SRData& data, const KSR_Engine::HeardWords& heard, bool hypothesis) const;
+    std::shared_ptr<const KSR::SpokenLists> currentLists() const;
 
     KSR_Engine* mp_engine = nullptr;
     std::map<KSR::GrammarId, std::shared_ptr<KSR_Grammar>> m_grammars;
@@ -107,6 +140,10 @@ private:
     std::vector<KSR::GrammarId> m_savedActiveGrammars;
     bool m_initialized = false;
     std::function<void(KSR::GrammarId, bool)> m_grammarActivationFunction;
+    // The host's lists: replaced whole by setList on the host's thread and
+    // read by the polling thread, which matches results against them.
+    mutable std::mutex m_listsMutex;
+    std::shared_ptr<const KSR::SpokenLists> mp_lists = std::make_shared<const KSR::SpokenLists>();
 };
 
 #endif

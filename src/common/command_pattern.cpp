@@ -3,22 +3,12 @@
 #include <algorithm>
 #include <cctype>
 #include <functional>
+#include <unordered_set>
 
 #include "common/spoken_number.h"
 #include "ksr_types.h"
 
 namespace KSR {
-
-struct CommandPattern::Node {
-    enum class Kind { Word, Choice, Optional, Slot } kind = Kind::Word;
-    std::string word;                    // Word
-    std::vector<Sequence> alternatives;  // Choice: each one; Optional: the one
-    // Slot
-    std::string name;
-    SlotType type = SlotType::Number;
-    long long low = 0, high = 0;  // the range (Number), or the count of words
-    std::string list;
-};
 
 namespace {
 
@@ -541,6 +531,22 @@ void addUnique(std::vector<std::string>& words, const std::string& word)
         words.push_back(word);
 }
 
+// Phrases in the order first added, each once: a grammar's phrases run to a
+// few hundred, too many to look each up in a list.
+class UniquePhrases {
+public:
+    void add(const std::string& phrase)
+    {
+        if (m_seen.insert(phrase).second)
+            m_phrases.push_back(phrase);
+    }
+    std::vector<std::string> take() { return std::move(m_phrases); }
+
+private:
+    std::vector<std::string> m_phrases;
+    std::unordered_set<std::string> m_seen;
+};
+
 // A grammar recognizer hears each pair of words far more surely when the
 // pair stands in one of its phrases: without "forty two" in the grammar,
 // "two" after "forty" competes with "to" (of "go to line") and comes back
@@ -571,16 +577,29 @@ std::vector<std::string> numberPairs(long long high)
 }
 
 // Every pair of spoken digits in one phrase, for numbers said digit by digit
-// ("four two", "five oh one").
+// ("four two", "five oh one"): a de Bruijn sequence, in which each pair
+// stands once, so the phrase is as short as it can be (122 words).
 const std::string& digitPairs()
 {
     static const std::string phrase = [] {
         static const char* const kDigits[] = {"zero", "oh",  "one",   "two",   "three", "four",
                                               "five", "six", "seven", "eight", "nine"};
+        const int k = static_cast<int>(sizeof kDigits / sizeof kDigits[0]);
+        // The Lyndon words of one and two digits in order ("0", "0 1", "0 2",
+        // ..., "1", "1 2", ...), joined, and the first digit again to close
+        // the cycle.
+        std::vector<int> order;
+        for (int a = 0; a < k; ++a) {
+            order.push_back(a);
+            for (int b = a + 1; b < k; ++b) {
+                order.push_back(a);
+                order.push_back(b);
+            }
+        }
+        order.push_back(order.front());
         std::string words;
-        for (const char* first : kDigits)
-            for (const char* second : kDigits)
-                words += std::string(words.empty() ? "" : " ") + first + " " + second;
+        for (const int digit : order)
+            words += std::string(words.empty() ? "" : " ") + kDigits[digit];
         return words;
     }();
     return phrase;
@@ -651,6 +670,52 @@ void expand(const Sequence& sequence, const SpokenLists& lists, std::size_t most
 }
 
 }  // namespace
+
+namespace {
+
+char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+
+}  // namespace
+
+std::string CommandPattern::lowerWords(const std::string& pattern)
+{
+    std::string lowered = pattern;
+    bool inSlot = false;
+    for (char& c : lowered) {
+        if (c == '<')
+            inSlot = true;
+        else if (c == '>')
+            inSlot = false;
+        else if (!inSlot)
+            c = lowerAscii(c);
+    }
+    return lowered;
+}
+
+std::string CommandPattern::spokenForm(const std::string& text)
+{
+    std::string form;
+    for (const std::string& word : splitBlanks(text)) {
+        form += form.empty() ? "" : " ";
+        for (const char c : word)
+            form += lowerAscii(c);
+    }
+    return form;
+}
+
+void CommandPattern::rate(std::vector<Argument>& arguments, const std::vector<int>& wordConfidences,
+                          std::size_t wordCount)
+{
+    for (Argument& argument : arguments) {
+        if (wordConfidences.size() != wordCount || argument.wordCount == 0 ||
+            argument.firstWord + argument.wordCount > wordConfidences.size()) {
+            argument.confidence = 0;
+            continue;
+        }
+        const auto first = wordConfidences.begin() + static_cast<long>(argument.firstWord);
+        argument.confidence = *std::min_element(first, first + static_cast<long>(argument.wordCount));
+    }
+}
 
 std::shared_ptr<const CommandPattern> CommandPattern::parse(const std::string& text,
                                                             const std::set<std::string>& lists, std::string& error)
@@ -742,50 +807,49 @@ std::vector<std::string> CommandPattern::grammarPhrases(const SpokenLists& lists
 {
     std::vector<std::string> ways{std::string()};
     expand(*mp_root, lists, kMostGrammarPhrases, ways);
-    std::vector<std::string> phrases;
+    UniquePhrases phrases;
     for (std::string& way : ways)
         if (!way.empty())
-            addUnique(phrases, way);
+            phrases.add(way);
     visitNodes(*mp_root, [&](const Node& node) {
         if (node.kind != Kind::Slot)
             return;
         switch (node.type) {
         case SlotType::Number:
-            addUnique(phrases, SpokenNumber::say(node.high));
             // "fourty" is read but never offered: a grammar that holds it
             // beside "forty" splits the confidence of that one sound between
             // the two spellings.
             for (const std::string& word : SpokenNumber::vocabulary())
                 if (word != "fourty")
-                    addUnique(phrases, word);
+                    phrases.add(word);
             for (const std::string& phrase : numberPairs(node.high))
-                addUnique(phrases, phrase);
+                phrases.add(phrase);
             if (node.high >= 10)
-                addUnique(phrases, digitPairs());
+                phrases.add(digitPairs());
             break;
         case SlotType::Digits:
             for (const std::string& word : SpokenNumber::vocabulary())
                 if (SpokenNumber::digitOf(word) >= 0)
-                    addUnique(phrases, word);
-            addUnique(phrases, digitPairs());
+                    phrases.add(word);
+            phrases.add(digitPairs());
             break;
         case SlotType::Letters:
             for (char letter = 'a'; letter <= 'z'; ++letter)
-                addUnique(phrases, std::string(1, letter));
+                phrases.add(std::string(1, letter));
             break;
         case SlotType::List: {
             const auto list = lists.find(node.list);
             if (list != lists.end())
                 for (const auto& entry : list->second)
                     if (!splitBlanks(entry.first).empty())
-                        addUnique(phrases, entry.first);
+                        phrases.add(entry.first);
             break;
         }
         case SlotType::Text:
             break;
         }
     });
-    return phrases;
+    return phrases.take();
 }
 
 std::vector<std::string> CommandPattern::listsUsed() const

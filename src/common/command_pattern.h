@@ -30,6 +30,18 @@ class CommandPattern {
 public:
     static constexpr int kDefaultTextWords = 12;
 
+    // A host's pattern as the managers take it: its words lower-cased like
+    // a phrase's, the slot and list names inside "<...>" as written.
+    static std::string lowerWords(const std::string& pattern);
+    // A list's spoken form lower-cased, with one blank between its words;
+    // empty when it has none.
+    static std::string spokenForm(const std::string& text);
+    // Gives each argument the lowest confidence of its words, the rule a
+    // command's words are judged by; 0 when `wordConfidences` does not hold
+    // one figure for each of the `wordCount` words (a hypothesis).
+    static void rate(std::vector<Argument>& arguments, const std::vector<int>& wordConfidences,
+                     std::size_t wordCount);
+
     // The pattern of `text`; null with a one-line `error` when the text is
     // none. `lists` names the lists the host has set.
     static std::shared_ptr<const CommandPattern> parse(const std::string& text, const std::set<std::string>& lists,
@@ -71,8 +83,22 @@ public:
     // end of the utterance, so nothing can be chained after it).
     bool endsWithText() const;
 
+    // The pattern's structure, read back by a back end that builds its own
+    // grammar from it (SAPI's rules of states and transitions).
     struct Node;
     using Sequence = std::vector<Node>;
+    struct Node {
+        enum class Kind { Word, Choice, Optional, Slot } kind = Kind::Word;
+        std::string word;                    // Word
+        std::vector<Sequence> alternatives;  // Choice: each one; Optional: the one
+        // Slot: its name, type, range (Number) or least and most words, and
+        // list (List).
+        std::string name;
+        SlotType type = SlotType::Number;
+        long long low = 0, high = 0;
+        std::string list;
+    };
+    const Sequence& items() const { return *mp_root; }
 
 private:
     std::string m_text;

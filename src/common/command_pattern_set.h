@@ -19,6 +19,11 @@ public:
     CommandPatternSet(std::vector<std::shared_ptr<const CommandPattern>> patterns, SpokenLists lists);
 
     bool empty() const { return m_patterns.empty(); }
+    // Whether the set holds these very patterns, in this order, with these lists.
+    bool sameAs(const std::vector<std::shared_ptr<const CommandPattern>>& patterns, const SpokenLists& lists) const
+    {
+        return m_patterns == patterns && m_lists == lists;
+    }
     std::size_t size() const { return m_patterns.size(); }
     const SpokenLists& lists() const { return m_lists; }
 

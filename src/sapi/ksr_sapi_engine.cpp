@@ -23,6 +23,8 @@ KSR_Engine::~KSR_Engine()
     m_hypothesisFunction = nullptr;
     m_recognitionFunction = nullptr;
     m_recognitionFailedFunction = nullptr;
+    m_recognitionWordsFunction = nullptr;
+    m_hypothesisWordsFunction = nullptr;
 }
 
 bool KSR_Engine::initialize()
@@ -247,6 +249,16 @@ void KSR_Engine::setRecognitionFunction(const std::function<void(KSR::SRData)>& 
 void KSR_Engine::setRecognitionFailedFunction(const std::function<void()>& function)
 {
     m_recognitionFailedFunction = function;
+}
+
+void KSR_Engine::setRecognitionWordsFunction(const HeardFunction& function)
+{
+    m_recognitionWordsFunction = function;
+}
+
+void KSR_Engine::setHypothesisWordsFunction(const HeardFunction& function)
+{
+    m_hypothesisWordsFunction = function;
 }
 
 bool KSR_Engine::isUISupported(const WCHAR* typeOfUI)

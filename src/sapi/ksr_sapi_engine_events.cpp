@@ -1,5 +1,7 @@
 // KSR_Engine: turning the context's events into callbacks.
 
+#include <cmath>
+
 #include "ksr_logger.h"
 #include "ksr_sapi_engine.h"
 #include "sapi/co_task_memory.h"
@@ -28,6 +30,31 @@ bool isAccepted(const SPPHRASE& phrase, const KSR_Engine& engine)
     const SPPHRASEELEMENT& first = phrase.pElements[0];
     const float threshold = static_cast<float>(thresholdFor(first.RequiredConfidence, engine)) / 100.0f;
     return first.SREngineConfidence >= threshold;
+}
+
+// The engine's confidence as a whole per cent; SAPI's engines give 0 to 1.
+int confidencePercent(float confidence)
+{
+    if (!(confidence > 0.0f))
+        return 0;
+    if (confidence >= 1.0f)
+        return 100;
+    return static_cast<int>(std::lround(confidence * 100.0f));
+}
+
+KSR_Engine::HeardWords heardWordsOf(const SPPHRASE& phrase)
+{
+    KSR_Engine::HeardWords heard;
+    if (!phrase.pElements)
+        return heard;
+    for (ULONG i = 0; i < phrase.Rule.ulCountOfElements; ++i) {
+        const SPPHRASEELEMENT& element = phrase.pElements[i];
+        const WCHAR* form = element.pszLexicalForm ? element.pszLexicalForm : element.pszDisplayText;
+        // An element may hold several words ("new york"); each gets its confidence.
+        KSR::splitString(KSR::lowBytes(form), ' ', false, heard.words);
+        heard.confidences.resize(heard.words.size(), confidencePercent(element.SREngineConfidence));
+    }
+    return heard;
 }
 
 }  // namespace
@@ -97,14 +124,19 @@ void KSR_Engine::handleResult(const SPEVENT& event)
     data.text = SUCCEEDED(textResult) ? KSR::lowBytes(text.get()) : std::string();
 
     const bool accepted = isAccepted(*phrase, *this);
-    const auto& deliver = event.eEventId == SPEI_HYPOTHESIS ? m_hypothesisFunction : m_recognitionFunction;
+    const bool hypothesis = event.eEventId == SPEI_HYPOTHESIS;
+    const auto& deliver = hypothesis ? m_hypothesisFunction : m_recognitionFunction;
+    const HeardFunction& deliverHeard = hypothesis ? m_hypothesisWordsFunction : m_recognitionWordsFunction;
+    const HeardWords heard = deliverHeard ? heardWordsOf(*phrase) : HeardWords();
 
     // One delivery per top-level property (each names one command), or one
     // with command id -1 when the phrase has none.
     const SPPHRASEPROPERTY* property = phrase->pProperties;
     do {
         data.commandId = property ? static_cast<KSR::CommandId>(property->vValue.lVal) : -1;
-        if (accepted && deliver)
+        if (accepted && deliverHeard)
+            deliverHeard(data, heard);
+        else if (accepted && deliver)
             deliver(data);
         property = property ? property->pNextSibling : nullptr;
     } while (property);

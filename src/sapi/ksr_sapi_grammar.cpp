@@ -4,6 +4,7 @@
 
 #include "ksr_logger.h"
 #include "sapi/ksr_utf16.h"
+#include "sapi/pattern_rules.h"
 #include "sapi/result_code.h"
 
 namespace {
@@ -54,7 +55,11 @@ KSR_Grammar::CommandInfo::~CommandInfo()
     VariantClear(&property.vValue);
 }
 
-KSR_Grammar::KSR_Grammar() = default;
+KSR_Grammar::KSR_Grammar()
+    : mp_slotRules(std::make_shared<KSR::SlotRules>())
+{
+}
+
 KSR_Grammar::KSR_Grammar(const KSR_Grammar& other) = default;
 KSR_Grammar& KSR_Grammar::operator=(const KSR_Grammar& other) = default;
 
@@ -110,25 +115,11 @@ int KSR_Grammar::addCommand(KSR::RuleId ruleId, const std::string& text, KSR::Re
         KSR_Logger::Error("You need to add a rule before you add a command!");
         return -1;
     }
-    const auto existing = rule->commands.find(text);
-    if (existing != rule->commands.end()) {
-        if (existing->second->active) {
-            KSR_Logger::Error("Command " + text + " has already been added to rule " + rule->name);
-            return -1;
-        }
-        // Removed earlier: its word never left the SAPI grammar.
-        existing->second->active = true;
-        return existing->second->property.vValue.lVal;
-    }
+    int known = -1;
+    if (takeKnownCommand(*rule, text, known))
+        return known;
 
-    auto command = std::make_shared<CommandInfo>();
-    command->value = KSR::utf8ToUtf16(text);
-    command->property.pszName = defaultPropertyName();
-    command->property.ulId = ruleId;
-    command->property.pszValue = command->value.c_str();
-    command->property.vValue.vt = VT_I4;
-    command->property.vValue.lVal = static_cast<LONG>(rule->nextCommandId);
-
+    const std::shared_ptr<CommandInfo> command = newCommand(*rule, text);
     const KSR::WideString word = KSR::utf8ToUtf16(confidencePrefix(confidence) + text);
     const KSR::WideString separators = KSR::utf8ToUtf16(" ");
     if (!m_grammar || FAILED(m_grammar->AddWordTransition(rule->state, nullptr, word.c_str(), separators.c_str(),
@@ -147,6 +138,34 @@ int KSR_Grammar::addCommand(KSR::RuleId ruleId, const std::string& text, KSR::Re
     command->active = true;
     rule->commands[text] = command;
     return commandId;
+}
+
+bool KSR_Grammar::takeKnownCommand(RuleInfo& rule, const std::string& text, int& commandId)
+{
+    const auto existing = rule.commands.find(text);
+    if (existing == rule.commands.end())
+        return false;
+    if (existing->second->active) {
+        KSR_Logger::Error("Command " + text + " has already been added to rule " + rule.name);
+        commandId = -1;
+        return true;
+    }
+    // Removed earlier: its words never left the SAPI grammar.
+    existing->second->active = true;
+    commandId = existing->second->property.vValue.lVal;
+    return true;
+}
+
+std::shared_ptr<KSR_Grammar::CommandInfo> KSR_Grammar::newCommand(const RuleInfo& rule, const std::string& text) const
+{
+    auto command = std::make_shared<CommandInfo>();
+    command->value = KSR::utf8ToUtf16(text);
+    command->property.pszName = defaultPropertyName();
+    command->property.ulId = rule.ruleId;
+    command->property.pszValue = command->value.c_str();
+    command->property.vValue.vt = VT_I4;
+    command->property.vValue.lVal = static_cast<LONG>(rule.nextCommandId);
+    return command;
 }
 
 bool KSR_Grammar::removeCommand(KSR::RuleId ruleId, int commandId)

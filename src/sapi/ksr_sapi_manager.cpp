@@ -67,6 +67,9 @@ void KSR_Manager::copyFrom(const KSR_Manager& other)
     m_savedActiveGrammars = other.m_savedActiveGrammars;
     m_initialized = other.m_initialized;
     m_grammarActivationFunction = other.m_grammarActivationFunction;
+    const std::shared_ptr<const KSR::SpokenLists> lists = other.currentLists();
+    std::lock_guard<std::mutex> lock(m_listsMutex);
+    mp_lists = lists;
 }
 
 KSR_Manager::~KSR_Manager()
@@ -87,8 +90,12 @@ void KSR_Manager::installEngineCallbacks()
     if (!mp_engine)
         return;
     mp_engine->setRecoStateChangedFunction([this](bool active) { engineStateChanged(active); });
-    mp_engine->setHypothesisFunction([this](KSR::SRData data) { mainHypothesisFunction(std::move(data)); });
-    mp_engine->setRecognitionFunction([this](KSR::SRData data) { mainRecognitionFunction(std::move(data)); });
+    mp_engine->setHypothesisWordsFunction([this](KSR::SRData data, const KSR_Engine::HeardWords& heard) {
+        mainHypothesisFunction(std::move(data), heard);
+    });
+    mp_engine->setRecognitionWordsFunction([this](KSR::SRData data, const KSR_Engine::HeardWords& heard) {
+        mainRecognitionFunction(std::move(data), heard);
+    });
     mp_engine->setRecognitionFailedFunction([this]() { mainRecognitionFailedFunction(); });
 }
 

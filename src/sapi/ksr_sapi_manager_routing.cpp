@@ -94,12 +94,23 @@ bool KSR_Manager::isRemovedCommand(const KSR::SRData& data) const
 
 void KSR_Manager::mainHypothesisFunction(KSR::SRData data)
 {
+    mainHypothesisFunction(std::move(data), KSR_Engine::HeardWords());
+}
+
+void KSR_Manager::mainHypothesisFunction(KSR::SRData data, const KSR_Engine::HeardWords& heard)
+{
     if (isRemovedCommand(data))
         return;
+    readArguments(data, heard, true);
     processHypothesis(std::move(data));
 }
 
 void KSR_Manager::mainRecognitionFunction(KSR::SRData data)
+{
+    mainRecognitionFunction(std::move(data), KSR_Engine::HeardWords());
+}
+
+void KSR_Manager::mainRecognitionFunction(KSR::SRData data, const KSR_Engine::HeardWords& heard)
 {
     if (isRemovedCommand(data))
         return;
@@ -110,6 +121,10 @@ void KSR_Manager::mainRecognitionFunction(KSR::SRData data)
         for (const auto& entry : grammars)
             if (!entry.second->activationKey().empty())
                 setActivated(entry.first, entry.second->activationKey() == data.text);
+        return;
+    }
+    if (!readArguments(data, heard, false)) {
+        processRecognitionFailed();
         return;
     }
     processRecognition(std::move(data));

@@ -199,6 +199,11 @@ void Engine::setCommandPatterns(std::shared_ptr<const KSR::CommandPatternSet> pa
     std::vector<std::string> phrases;
     if (patterns && patterns->empty())
         patterns.reset();
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (patterns == mp_patterns)
+            return;
+    }
     if (patterns)
         phrases = patterns->grammarPhrases();
     std::lock_guard<std::mutex> lock(m_mutex);

@@ -16,23 +16,6 @@
 
 namespace {
 
-// The words of a pattern are lower-cased like a phrase's; slot names and
-// list names inside "<...>" are the host's own and stay as written.
-std::string lowerOutsideSlots(const std::string& pattern)
-{
-    std::string lowered = pattern;
-    bool inSlot = false;
-    for (char& c : lowered) {
-        if (c == '<')
-            inSlot = true;
-        else if (c == '>')
-            inSlot = false;
-        else if (!inSlot)
-            c = KSR::toLowerAscii(c);
-    }
-    return lowered;
-}
-
 const char* const kNoModel = "KSR_VoskManager must have a valid acoustic model!";
 
 }  // namespace
@@ -50,7 +33,7 @@ std::shared_ptr<const KSR::CommandPattern> KSR_VoskManager::parsePattern(const s
     for (const auto& entry : m_lists)
         names.insert(entry.first);
     std::shared_ptr<const KSR::CommandPattern> parsed =
-        KSR::CommandPattern::parse(lowerOutsideSlots(pattern), names, error);
+        KSR::CommandPattern::parse(KSR::CommandPattern::lowerWords(pattern), names, error);
     if (!parsed)
         return nullptr;
     for (const std::string& word : parsed->vocabulary(m_lists)) {
@@ -75,19 +58,18 @@ bool KSR_VoskManager::normalizeList(const std::string& name, const KSR::SpokenLi
         return false;
     }
     for (const auto& entry : items) {
-        std::vector<std::string> words;
-        KSR::splitString(KSR::toLowerAscii(entry.first), ' ', false, words);
-        if (words.empty()) {
+        const std::string spoken = KSR::CommandPattern::spokenForm(entry.first);
+        if (spoken.empty()) {
             error = "an empty spoken form (for the value \"" + entry.second + "\")";
             return false;
         }
-        std::string spoken;
+        std::vector<std::string> words;
+        KSR::splitString(spoken, ' ', false, words);
         for (const std::string& word : words) {
             if (!model->findWord(word)) {
                 error = "the model does not know the word \"" + word + "\"";
                 return false;
             }
-            spoken += (spoken.empty() ? "" : " ") + word;
         }
         normalized[spoken] = entry.second;
     }
@@ -164,7 +146,12 @@ void KSR_VoskManager::setPatternsLocked(const std::vector<std::shared_ptr<KSR_Vo
         patterns.push_back(command->pattern);
         m_patternRecords.push_back(command);
     }
-    mp_patternSet = patterns.empty() ? nullptr : std::make_shared<const KSR::CommandPatternSet>(patterns, m_lists);
+    // A rebuild for a change elsewhere keeps the set, and the engine then
+    // need not make its grammar phrases again.
+    if (patterns.empty())
+        mp_patternSet.reset();
+    else if (!mp_patternSet || !mp_patternSet->sameAs(patterns, m_lists))
+        mp_patternSet = std::make_shared<const KSR::CommandPatternSet>(patterns, m_lists);
     if (mp_engine)
         mp_engine->setCommandPatterns(mp_patternSet);
 }
@@ -179,15 +166,6 @@ std::shared_ptr<KSR_VoskGrammar::CommandInfo> KSR_VoskManager::matchPatternLocke
     const int index = mp_patternSet->match(words, 0, words.size(), arguments);
     if (index < 0)
         return nullptr;
-    // A slot is as sure as its least sure word, the rule a command's words
-    // are judged by.
-    for (KSR::Argument& argument : arguments) {
-        if (wordConfidences.size() != words.size() || argument.wordCount == 0) {
-            argument.confidence = 0;
-            continue;
-        }
-        const auto first = wordConfidences.begin() + static_cast<long>(argument.firstWord);
-        argument.confidence = *std::min_element(first, first + static_cast<long>(argument.wordCount));
-    }
+    KSR::CommandPattern::rate(arguments, wordConfidences, words.size());
     return m_patternRecords[static_cast<std::size_t>(index)];
 }

@@ -448,3 +448,41 @@ TEST_F(SapiInterface, SignalsReachTheHostThreadThroughQueuedConnections)
 }
 
 #include "test_k_sapi_interface.moc"
+
+// A command with arguments: the values of its slots travel with the record,
+// to the worker thread's signal and through a queued connection alike.
+TEST_F(SapiInterface, ACommandsArgumentsArriveWithItsResult)
+{
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "Qt's event queue is not instrumented: ThreadSanitizer cannot follow queued delivery";
+#endif
+    K_SapiInterface& sapi = make();
+    const KSR::GrammarId grammar = sapi.addCommandGrammar("");
+    const KSR::RuleId rule = sapi.addRule(grammar, "Commands");
+    ASSERT_TRUE(sapi.setList("colours", {{"dark red", "#8b0000"}}));
+    ASSERT_EQ(sapi.addCommandPattern(rule, "turn <colour:list colours> [<times:number 1..9> times]"), 0);
+    ASSERT_TRUE(sapi.setActivated(grammar, true));
+    SignalRelay relay(&sapi);
+    QCoreApplication::processEvents();
+    QSignalSpy hostResults(&relay, &SignalRelay::recognitionResult);
+    startAndWaitForPolling();
+    waitForStartSwitches(1);
+    ASSERT_EQ(world.say(SapiFakes::Utterance("turn dark red three times").wordConfidences({1.0f, 0.9f, 0.8f, 0.7f})),
+              SPEI_RECOGNITION);
+    ASSERT_TRUE(hostResults.wait(5000));
+    ASSERT_EQ(results->count(), 1);
+    for (const KSR::SRData& record : {recordOf(results->at(0)), recordOf(hostResults.at(0))}) {
+        EXPECT_EQ(record, KSR::srData(grammar, rule, 0, "turn dark red three times"));
+        ASSERT_EQ(record.arguments.size(), 2u);
+        EXPECT_EQ(record.arguments[0].name, "colour");
+        EXPECT_EQ(record.arguments[0].type, KSR::SlotType::List);
+        EXPECT_EQ(record.arguments[0].text, "#8b0000");
+        EXPECT_EQ(record.arguments[0].words, "dark red");
+        EXPECT_EQ(record.arguments[0].confidence, 80);
+        EXPECT_EQ(record.arguments[1].name, "times");
+        EXPECT_EQ(record.arguments[1].number, 3);
+        EXPECT_EQ(record.arguments[1].firstWord, 3u);
+        EXPECT_EQ(record.arguments[1].confidence, 70);
+    }
+    stop();
+}

@@ -158,3 +158,12 @@ TEST(SapiDeclarations, RecordLayouts)
     EXPECT_EQ(offsetof(SPRECOGNIZERSTATUS, aLangID), 76u);
     EXPECT_EQ(sizeof(SPRECOGNIZERSTATUS), 128u);
 }
+
+TEST(SapiDeclarations, SpecialRuleTargetsAndDynamicRules)
+{
+    EXPECT_EQ(reinterpret_cast<INT_PTR>(SPRULETRANS_TEXTBUFFER), -1);
+    EXPECT_EQ(reinterpret_cast<INT_PTR>(SPRULETRANS_WILDCARD), -2);
+    EXPECT_EQ(reinterpret_cast<INT_PTR>(SPRULETRANS_DICTATION), -3);
+    EXPECT_EQ(SPRAF_Dynamic, 0x20);
+    EXPECT_EQ(VT_EMPTY, 0);
+}

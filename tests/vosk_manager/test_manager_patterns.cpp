@@ -371,3 +371,16 @@ TEST_F(Patterns, AKeyAndAPatternOfItsGrammarCanBeSaidInOneBreath)
     EXPECT_EQ(heard[0].arguments[0].number, 50);
     EXPECT_EQ(heard[1].commandId, turn);
 }
+
+TEST_F(Patterns, AHostCanAskWhyAPatternOrAListWouldBeRefused)
+{
+    build();
+    EXPECT_EQ(manager->patternProblem("go to line <n:number 1..9>"), "");
+    EXPECT_EQ(manager->patternProblem("go to page <n:number 1..9>"), "the model does not know the word \"page\"");
+    EXPECT_EQ(manager->patternProblem("turn <c:list fruits>"),
+              "no list \"fruits\" in <c:list fruits>: set it with setList first");
+    EXPECT_EQ(manager->listProblem("colours", {{"Dark  Red", "1"}}), "");
+    EXPECT_EQ(manager->listProblem("colours", {{"mauve", "1"}}), "the model does not know the word \"mauve\"");
+    EXPECT_EQ(manager->listProblem("", {}), "a list needs a name");
+    EXPECT_EQ(log.logs(), Strings{});  // asking logs nothing
+}

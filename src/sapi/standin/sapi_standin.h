@@ -188,6 +188,11 @@ typedef enum SPWORDPRONOUNCEABLE {
 } SPWORDPRONOUNCEABLE;
 
 DECLARE_HANDLE(SPSTATEHANDLE);
+// The special targets of AddRuleTransition: the application's text buffer,
+// any words at all, and one word of free dictation.
+#define SPRULETRANS_TEXTBUFFER ((SPSTATEHANDLE)(INT_PTR)(-1))
+#define SPRULETRANS_WILDCARD ((SPSTATEHANDLE)(INT_PTR)(-2))
+#define SPRULETRANS_DICTATION ((SPSTATEHANDLE)(INT_PTR)(-3))
 
 typedef struct tagSPPROPERTYINFO {
     LPCWSTR pszName;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "fake_context.h"
 #include "fake_registry.h"
@@ -32,6 +33,27 @@ std::string weightText(float weight)
 }
 
 std::string quoted(const std::string& text) { return "\"" + text + "\""; }
+
+std::string propertyText(const WordTransition& transition)
+{
+    if (!transition.hasProperty)
+        return "null";
+    return "{" + transition.propertyName + ", " + std::to_string(transition.propertyId) + ", " +
+           transition.propertyValue + ", vt " + std::to_string(transition.valueType) + " = " +
+           std::to_string(transition.value) + "}";
+}
+
+void copyProperty(const SPPROPERTYINFO* info, WordTransition& transition)
+{
+    if (!info)
+        return;
+    transition.hasProperty = true;
+    transition.propertyName = narrow(info->pszName);
+    transition.propertyId = info->ulId;
+    transition.propertyValue = narrow(info->pszValue);
+    transition.valueType = info->vValue.vt;
+    transition.value = info->vValue.lVal;
+}
 
 }  // namespace
 
@@ -117,6 +139,41 @@ std::string FakeGrammar::ruleAt(SPSTATEHANDLE state) const
     return std::string();
 }
 
+std::string FakeGrammar::ownerOf(SPSTATEHANDLE state) const
+{
+    const std::string rule = ruleAt(state);
+    if (!rule.empty())
+        return rule;
+    const auto made = m_madeStates.find(state);
+    return made == m_madeStates.end() ? std::string() : made->second.rule;
+}
+
+std::string FakeGrammar::describe(SPSTATEHANDLE state) const
+{
+    if (!state)
+        return "end";
+    if (state == SPRULETRANS_DICTATION)
+        return "dictation";
+    const std::string rule = ruleAt(state);
+    if (!rule.empty())
+        return "start of " + rule;
+    const auto made = m_madeStates.find(state);
+    if (made != m_madeStates.end())
+        return "state " + std::to_string(made->second.number) + " of " + made->second.rule;
+    return "unknown state";
+}
+
+bool FakeGrammar::place(WordTransition& transition, SPSTATEHANDLE from, SPSTATEHANDLE to) const
+{
+    transition.from = from;
+    transition.to = to;
+    transition.toEnd = to == nullptr;
+    transition.rule = describe(from);
+    transition.ruleName = ruleAt(from);
+    transition.owner = ownerOf(from);
+    return !transition.owner.empty() && (!to || ownerOf(to) == transition.owner);
+}
+
 GrammarListening FakeGrammar::listening() const
 {
     GrammarListening listening;
@@ -125,17 +182,17 @@ GrammarListening FakeGrammar::listening() const
     std::lock_guard<std::mutex> lock(m_mutex);
     listening.state = m_state;
     listening.dictation = m_dictationLoaded && m_dictationState != SPRS_INACTIVE;
+    listening.dictationLoaded = m_dictationLoaded;
+    listening.transitions = m_committed;
     for (const auto& entry : m_rules) {
         const Rule& rule = entry.second;
-        if (rule.state == SPRS_INACTIVE || !(rule.attributes & SPRAF_TopLevel))
-            continue;
         ListenedRule listened;
         listened.name = entry.first;
         listened.id = rule.id;
-        for (const WordTransition& transition : m_committed)
-            if (transition.ruleName == entry.first && transition.toEnd)
-                listened.transitions.push_back(transition);
-        listening.rules.push_back(std::move(listened));
+        listened.start = reinterpret_cast<SPSTATEHANDLE>(rule.initialState.get());
+        listening.rulesByStart[listened.start] = listened;
+        if (rule.state != SPRS_INACTIVE && (rule.attributes & SPRAF_TopLevel))
+            listening.rules.push_back(std::move(listened));
     }
     std::sort(listening.rules.begin(), listening.rules.end(),
               [](const ListenedRule& a, const ListenedRule& b) { return a.id < b.id; });
@@ -174,46 +231,119 @@ HRESULT FakeGrammar::AddWordTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE h
                                        const SPPROPERTYINFO* pPropInfo)
 {
     WordTransition transition;
+    bool placed = false;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        placed = place(transition, hFromState, hToState);
+    }
+    transition.word = psz ? narrow(psz) : std::string();
+    transition.separators = pszSeparators ? narrow(pszSeparators) : std::string();
+    transition.words = grammarWords(transition.word, transition.separators);
+    // No text, or no word in it: an empty transition.
+    if (transition.words.empty())
+        transition.kind = WordTransition::Kind::Empty;
+    transition.type = eWordType;
+    transition.weight = Weight;
+    copyProperty(pPropInfo, transition);
+    const std::string text = psz ? quoted(transition.word) : std::string("null");
+    const std::string separators = pszSeparators ? quoted(transition.separators) : std::string("null");
     std::string target;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        const auto describe = [this](SPSTATEHANDLE state) {
-            if (!state)
-                return std::string("end");
-            const std::string rule = ruleAt(state);
-            return rule.empty() ? std::string("unknown state") : "start of " + rule;
-        };
-        transition.ruleName = ruleAt(hFromState);
-        transition.rule = describe(hFromState);
         target = describe(hToState);
-        transition.toEnd = hToState == nullptr;
-        transition.word = narrow(psz);
-        transition.separators = narrow(pszSeparators);
-        transition.words = grammarWords(transition.word, pszSeparators ? transition.separators : std::string());
-        transition.type = eWordType;
-        transition.weight = Weight;
-        if (pPropInfo) {
-            transition.hasProperty = true;
-            transition.propertyName = narrow(pPropInfo->pszName);
-            transition.propertyId = pPropInfo->ulId;
-            transition.propertyValue = narrow(pPropInfo->pszValue);
-            transition.valueType = pPropInfo->vValue.vt;
-            transition.value = pPropInfo->vValue.lVal;
-        }
     }
-    std::string property = "null";
-    if (transition.hasProperty)
-        property = "{" + transition.propertyName + ", " + std::to_string(transition.propertyId) + ", " +
-                   transition.propertyValue + ", vt " + std::to_string(transition.valueType) + " = " +
-                   std::to_string(transition.value) + "}";
-    CallLog::add(logName() + ".AddWordTransition(" + transition.rule + ", " + target + ", " +
-                 quoted(transition.word) + ", " + quoted(transition.separators) + ", " + wordTypeName(eWordType) +
-                 ", " + weightText(Weight) + ", " + property + ")");
+    CallLog::add(logName() + ".AddWordTransition(" + transition.rule + ", " + target + ", " + text + ", " +
+                 separators + ", " + wordTypeName(eWordType) + ", " + weightText(Weight) + ", " +
+                 propertyText(transition) + ")");
     const HRESULT result = script("AddWordTransition");
     if (FAILED(result))
         return result;
+    if (!placed)
+        return E_INVALIDARG;
     std::lock_guard<std::mutex> lock(m_mutex);
     m_transitions.push_back(transition);
+    return S_OK;
+}
+
+HRESULT FakeGrammar::AddRuleTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE hToState, SPSTATEHANDLE hRule,
+                                       float Weight, const SPPROPERTYINFO* pPropInfo)
+{
+    WordTransition transition;
+    bool placed = false;
+    std::string target;
+    std::string referred;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        placed = place(transition, hFromState, hToState);
+        target = describe(hToState);
+        if (hRule == SPRULETRANS_DICTATION) {
+            transition.kind = WordTransition::Kind::Dictation;
+            referred = "dictation";
+        } else {
+            transition.kind = WordTransition::Kind::Rule;
+            transition.target = ruleAt(hRule);
+            transition.targetState = hRule;
+            placed = placed && !transition.target.empty();
+            referred = transition.target.empty() ? "unknown rule" : "rule " + transition.target;
+        }
+    }
+    transition.weight = Weight;
+    copyProperty(pPropInfo, transition);
+    CallLog::add(logName() + ".AddRuleTransition(" + transition.rule + ", " + target + ", " + referred + ", " +
+                 weightText(Weight) + ", " + propertyText(transition) + ")");
+    const HRESULT result = script("AddRuleTransition");
+    if (FAILED(result))
+        return result;
+    if (!placed)
+        return E_INVALIDARG;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_transitions.push_back(transition);
+    return S_OK;
+}
+
+HRESULT FakeGrammar::CreateNewState(SPSTATEHANDLE hState, SPSTATEHANDLE* phState)
+{
+    std::string in;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        in = describe(hState);
+    }
+    CallLog::add(logName() + ".CreateNewState(" + in + ")");
+    const HRESULT result = script("CreateNewState");
+    if (FAILED(result))
+        return result;
+    if (!phState)
+        return E_POINTER;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const std::string rule = ownerOf(hState);
+    if (rule.empty())
+        return E_INVALIDARG;
+    m_stateStorage.push_back(std::make_unique<int>(0));
+    const auto state = reinterpret_cast<SPSTATEHANDLE>(m_stateStorage.back().get());
+    m_madeStates[state] = MadeState{rule, ++m_statesMade[rule]};
+    *phState = state;
+    return S_OK;
+}
+
+HRESULT FakeGrammar::ClearRule(SPSTATEHANDLE hState)
+{
+    std::string rule;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        rule = ownerOf(hState);
+    }
+    CallLog::add(logName() + ".ClearRule(" + (rule.empty() ? std::string("unknown state") : rule) + ")");
+    const HRESULT result = script("ClearRule");
+    if (FAILED(result))
+        return result;
+    if (rule.empty())
+        return E_INVALIDARG;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_transitions.erase(std::remove_if(m_transitions.begin(), m_transitions.end(),
+                                       [&](const WordTransition& transition) { return transition.owner == rule; }),
+                        m_transitions.end());
+    for (auto it = m_madeStates.begin(); it != m_madeStates.end();)
+        it = it->second.rule == rule ? m_madeStates.erase(it) : std::next(it);
     return S_OK;
 }
 

@@ -16,12 +16,22 @@ namespace SapiFakes {
 
 class FakeContext;
 
-// One word transition as the grammar received it (the property copied, as
-// SAPI copies it).
+// One transition as the grammar received it (the property copied, as SAPI
+// copies it): words (AddWordTransition), an empty transition (the same
+// without text), a reference to a rule or one dictated word
+// (AddRuleTransition to SPRULETRANS_DICTATION).
 struct WordTransition {
-    std::string rule;      // "start of <rule>" for a rule's initial state
+    enum class Kind { Words, Empty, Rule, Dictation };
+    Kind kind = Kind::Words;
+    std::string rule;      // where it leaves: "start of <rule>" or "state <n> of <rule>"
     std::string ruleName;  // the rule whose initial state it leaves, if any
+    std::string owner;     // the rule whose state it leaves
+    SPSTATEHANDLE from = nullptr;
+    SPSTATEHANDLE to = nullptr;  // null: the rule's end
     bool toEnd = false;
+    // Rule: the rule referred to, and its initial state.
+    std::string target;
+    SPSTATEHANDLE targetState = nullptr;
     std::string word;
     std::string separators;
     SPGRAMMARWORDTYPE type = SPWT_DISPLAY;
@@ -35,23 +45,27 @@ struct WordTransition {
     std::vector<GrammarWord> words;  // the text as SAPI reads it
 };
 
-// A rule as a recognizer listens for it: the word transitions of its last
-// commit.
+// A rule of a grammar: its name, id and initial state.
 struct ListenedRule {
     std::string name;
     DWORD id = 0;
-    std::vector<WordTransition> transitions;
+    SPSTATEHANDLE start = nullptr;
 };
 
 // What a recognizer listens for in one grammar right now: the grammar's
-// state, whether its dictation is loaded and active, and its active
-// top-level rules in ascending id.
+// state, whether its dictation is loaded and active, its active top-level
+// rules in ascending id, and the transitions of its last commit with every
+// rule they may refer to. Dictated words within a rule need the dictation
+// topic loaded, active or not.
 struct GrammarListening {
     ULONGLONG id = 0;
     FakeContext* context = nullptr;
     SPGRAMMARSTATE state = SPGS_ENABLED;
     bool dictation = false;
+    bool dictationLoaded = false;
     std::vector<ListenedRule> rules;
+    std::vector<WordTransition> transitions;
+    std::map<SPSTATEHANDLE, ListenedRule> rulesByStart;
 };
 
 // ISpRecoGrammar. Logs as "Grammar[<id>]". A new grammar is SPGS_ENABLED, as
@@ -83,13 +97,19 @@ public:
     HRESULT STDMETHODCALLTYPE ResetGrammar(WORD) override KSR_FAKE_UNEXPECTED(ResetGrammar)
     HRESULT STDMETHODCALLTYPE GetRule(LPCWSTR pszRuleName, DWORD dwRuleId, DWORD dwAttributes, BOOL fCreateIfNotExist,
                                       SPSTATEHANDLE* phInitialState) override;
-    HRESULT STDMETHODCALLTYPE ClearRule(SPSTATEHANDLE) override KSR_FAKE_UNEXPECTED(ClearRule)
-    HRESULT STDMETHODCALLTYPE CreateNewState(SPSTATEHANDLE, SPSTATEHANDLE*) override KSR_FAKE_UNEXPECTED(CreateNewState)
+    // Empties the rule of `hState` (any of its states): its transitions and
+    // the states made in it go, its initial state stays.
+    HRESULT STDMETHODCALLTYPE ClearRule(SPSTATEHANDLE hState) override;
+    HRESULT STDMETHODCALLTYPE CreateNewState(SPSTATEHANDLE hState, SPSTATEHANDLE* phState) override;
     HRESULT STDMETHODCALLTYPE AddWordTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE hToState, LPCWSTR psz,
                                                 LPCWSTR pszSeparators, SPGRAMMARWORDTYPE eWordType, float Weight,
                                                 const SPPROPERTYINFO* pPropInfo) override;
-    HRESULT STDMETHODCALLTYPE AddRuleTransition(SPSTATEHANDLE, SPSTATEHANDLE, SPSTATEHANDLE, float,
-                                                const SPPROPERTYINFO*) override KSR_FAKE_UNEXPECTED(AddRuleTransition)
+    // Transitions go between two states of one rule (the second may be the
+    // end); E_INVALIDARG otherwise, as for a rule reference to anything but
+    // a rule's initial state or SPRULETRANS_DICTATION.
+    HRESULT STDMETHODCALLTYPE AddRuleTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE hToState,
+                                                SPSTATEHANDLE hRule, float Weight,
+                                                const SPPROPERTYINFO* pPropInfo) override;
     HRESULT STDMETHODCALLTYPE AddResource(SPSTATEHANDLE, LPCWSTR, LPCWSTR) override KSR_FAKE_UNEXPECTED(AddResource)
     HRESULT STDMETHODCALLTYPE Commit(DWORD dwReserved) override;
     // ISpRecoGrammar
@@ -127,14 +147,29 @@ private:
         SPRULESTATE state = SPRS_INACTIVE;
         std::unique_ptr<int> initialState;  // its address is the state handle
     };
+    // A state made with CreateNewState: its rule and its number there.
+    struct MadeState {
+        std::string rule;
+        int number = 0;
+    };
     HRESULT script(const std::string& method) const { return Script::next(logName(), method); }
     std::string ruleAt(SPSTATEHANDLE state) const;
+    // The rule a state belongs to ("" for none), and how the log names it.
+    std::string ownerOf(SPSTATEHANDLE state) const;
+    std::string describe(SPSTATEHANDLE state) const;
+    // Fills in where the transition goes from and to; false when SAPI
+    // would refuse the two states.
+    bool place(WordTransition& transition, SPSTATEHANDLE from, SPSTATEHANDLE to) const;
+    HRESULT addTransition(const WordTransition& transition, const std::string& call, const std::string& method);
 
     const ULONGLONG m_id;
     KSR::ComPtr<FakeContext> m_context;
     mutable std::mutex m_mutex;
     SPGRAMMARSTATE m_state = SPGS_ENABLED;
     std::map<std::string, Rule> m_rules;
+    std::map<SPSTATEHANDLE, MadeState> m_madeStates;
+    std::vector<std::unique_ptr<int>> m_stateStorage;  // never reused while the grammar lives
+    std::map<std::string, int> m_statesMade;            // by rule
     std::vector<WordTransition> m_transitions;
     std::vector<WordTransition> m_committed;
     int m_commits = 0;

@@ -36,6 +36,87 @@ private:
     std::size_t m_next = 0;
 };
 
+std::size_t propertiesIn(const std::vector<PhraseProperty>& properties)
+{
+    std::size_t count = properties.size();
+    for (const PhraseProperty& property : properties)
+        count += propertiesIn(property.children);
+    return count;
+}
+
+std::size_t rulesIn(const std::vector<PhraseRule>& rules)
+{
+    std::size_t count = rules.size();
+    for (const PhraseRule& rule : rules)
+        count += rulesIn(rule.children);
+    return count;
+}
+
+void addPropertyStrings(const std::vector<PhraseProperty>& properties, BlockWriter& writer)
+{
+    for (const PhraseProperty& property : properties) {
+        writer.addString(property.name);
+        writer.addString(property.value);
+        addPropertyStrings(property.children, writer);
+    }
+}
+
+void addRuleStrings(const std::vector<PhraseRule>& rules, BlockWriter& writer)
+{
+    for (const PhraseRule& rule : rules) {
+        writer.addString(rule.name);
+        addRuleStrings(rule.children, writer);
+    }
+}
+
+// Siblings lie side by side from `next` on; each one's children follow.
+const SPPHRASEPROPERTY* placeProperties(const std::vector<PhraseProperty>& sources, SPPHRASEPROPERTY* slots,
+                                        std::size_t& next, BlockWriter& writer, std::size_t elementCount)
+{
+    if (sources.empty())
+        return nullptr;
+    SPPHRASEPROPERTY* const first = slots + next;
+    next += sources.size();
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        const PhraseProperty& source = sources[i];
+        SPPHRASEPROPERTY& target = first[i];
+        target.pszName = writer.place(source.name);
+        target.ulId = source.id;
+        target.pszValue = writer.place(source.value);
+        target.vValue.vt = source.type;
+        target.vValue.lVal = source.number;
+        target.ulFirstElement = source.firstElement;
+        target.ulCountOfElements = source.countOfElements >= 0
+                                       ? static_cast<ULONG>(source.countOfElements)
+                                       : static_cast<ULONG>(elementCount - source.firstElement);
+        target.pNextSibling = i + 1 < sources.size() ? &first[i + 1] : nullptr;
+        target.pFirstChild = placeProperties(source.children, slots, next, writer, elementCount);
+    }
+    return first;
+}
+
+const SPPHRASERULE* placeRules(const std::vector<PhraseRule>& sources, SPPHRASERULE* slots, std::size_t& next,
+                               BlockWriter& writer, const std::vector<PhraseElement>& elements)
+{
+    if (sources.empty())
+        return nullptr;
+    SPPHRASERULE* const first = slots + next;
+    next += sources.size();
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        const PhraseRule& source = sources[i];
+        SPPHRASERULE& target = first[i];
+        target.pszName = writer.place(source.name);
+        target.ulId = source.id;
+        target.ulFirstElement = source.firstElement;
+        target.ulCountOfElements = source.countOfElements;
+        target.SREngineConfidence =
+            source.firstElement < elements.size() ? elements[source.firstElement].engineConfidence : 0.0f;
+        target.pNextSibling = i + 1 < sources.size() ? &first[i + 1] : nullptr;
+        target.pFirstChild = placeRules(source.children, slots, next, writer, elements);
+    }
+    return first;
+}
+
 }  // namespace
 
 FakeResult::FakeResult(PhraseSpec scripted)
@@ -56,13 +137,12 @@ bool FakeResult::implements(REFIID riid) const
 SPPHRASE* FakeResult::buildPhrase() const
 {
     const std::size_t propertiesOffset = sizeof(SPPHRASE);
-    const std::size_t elementsOffset = propertiesOffset + m_scripted.properties.size() * sizeof(SPPHRASEPROPERTY);
+    const std::size_t rulesOffset = propertiesOffset + propertiesIn(m_scripted.properties) * sizeof(SPPHRASEPROPERTY);
+    const std::size_t elementsOffset = rulesOffset + rulesIn(m_scripted.rules) * sizeof(SPPHRASERULE);
     BlockWriter writer(elementsOffset + m_scripted.elements.size() * sizeof(SPPHRASEELEMENT));
     writer.addString(m_scripted.ruleName);
-    for (const auto& property : m_scripted.properties) {
-        writer.addString(property.name);
-        writer.addString(property.value);
-    }
+    addPropertyStrings(m_scripted.properties, writer);
+    addRuleStrings(m_scripted.rules, writer);
     for (const auto& element : m_scripted.elements) {
         writer.addString(element.text);
         writer.addString(element.text);
@@ -76,6 +156,7 @@ SPPHRASE* FakeResult::buildPhrase() const
 
     auto* phrase = reinterpret_cast<SPPHRASE*>(block);
     auto* properties = reinterpret_cast<SPPHRASEPROPERTY*>(block + propertiesOffset);
+    auto* rules = reinterpret_cast<SPPHRASERULE*>(block + rulesOffset);
     auto* elements = reinterpret_cast<SPPHRASEELEMENT*>(block + elementsOffset);
 
     phrase->cbSize = sizeof(SPPHRASE);
@@ -86,18 +167,11 @@ SPPHRASE* FakeResult::buildPhrase() const
     phrase->Rule.ulCountOfElements = static_cast<ULONG>(m_scripted.elements.size());
     phrase->Rule.SREngineConfidence = m_scripted.elements.empty() ? 0.0f : m_scripted.elements.front().engineConfidence;
 
-    for (std::size_t i = 0; i < m_scripted.properties.size(); ++i) {
-        const PhraseProperty& source = m_scripted.properties[i];
-        SPPHRASEPROPERTY& target = properties[i];
-        target.pszName = writer.place(source.name);
-        target.ulId = source.id;
-        target.pszValue = writer.place(source.value);
-        target.vValue.vt = source.type;
-        target.vValue.lVal = source.number;
-        target.ulCountOfElements = static_cast<ULONG>(m_scripted.elements.size());
-        target.pNextSibling = i + 1 < m_scripted.properties.size() ? &properties[i + 1] : nullptr;
-    }
-    phrase->pProperties = m_scripted.properties.empty() ? nullptr : properties;
+    std::size_t nextProperty = 0;
+    phrase->pProperties =
+        placeProperties(m_scripted.properties, properties, nextProperty, writer, m_scripted.elements.size());
+    std::size_t nextRule = 0;
+    phrase->Rule.pFirstChild = placeRules(m_scripted.rules, rules, nextRule, writer, m_scripted.elements);
 
     for (std::size_t i = 0; i < m_scripted.elements.size(); ++i) {
         const PhraseElement& source = m_scripted.elements[i];

@@ -22,6 +22,20 @@ struct PhraseProperty {
     std::string value;
     LONG number = 0;  // the value, of type `type`
     VARTYPE type = VT_I4;
+    // The elements it spans; all of them by default.
+    ULONG firstElement = 0;
+    long countOfElements = -1;
+    std::vector<PhraseProperty> children{};
+};
+
+// A rule the phrase went through below its top-level rule, and the
+// elements it spans.
+struct PhraseRule {
+    std::string name;
+    ULONG id = 0;
+    ULONG firstElement = 0;
+    ULONG countOfElements = 0;
+    std::vector<PhraseRule> children{};
 };
 
 // What a recognition or hypothesis reports.
@@ -31,12 +45,14 @@ struct PhraseSpec {
     std::string ruleName;
     std::string text;
     std::vector<PhraseElement> elements;
-    std::vector<PhraseProperty> properties;
+    std::vector<PhraseProperty> properties;  // the top-level ones, with theirs below
+    std::vector<PhraseRule> rules;           // the top-level rule's children
 };
 
 // ISpRecoResult. Logs as "Result". GetPhrase hands out the whole phrase in
-// one CoTaskMemAlloc block (rule, properties linked as siblings in order,
-// elements and strings), as SAPI does; GetText a CoTaskMemAlloc string.
+// one CoTaskMemAlloc block (rule with its child rules, properties linked as
+// siblings in order with their children, elements and strings), as SAPI
+// does; GetText a CoTaskMemAlloc string.
 class FakeResult final : public FakeUnknown<ISpRecoResult> {
 public:
     explicit FakeResult(PhraseSpec scripted);

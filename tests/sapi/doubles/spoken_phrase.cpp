@@ -2,27 +2,11 @@
 
 #include <algorithm>
 
+#include "grammar_walk.h"
+
 namespace SapiFakes {
 
 namespace {
-
-bool sameWord(const std::string& a, const std::string& b)
-{
-    const auto lower = [](char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; };
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [&](char x, char y) {
-               return lower(x) == lower(y);
-           });
-}
-
-bool matches(const std::vector<GrammarWord>& grammar, const Utterance& utterance, std::size_t wordCount, bool whole)
-{
-    if (wordCount == 0 || wordCount > grammar.size() || (whole && wordCount != grammar.size()))
-        return false;
-    for (std::size_t i = 0; i < wordCount; ++i)
-        if (!sameWord(grammar[i].text, utterance.words[i]))
-            return false;
-    return true;
-}
 
 // The elements, text and rule of a phrase of `words`.
 PhraseSpec phraseOf(const std::vector<GrammarWord>& words, const Utterance& utterance)
@@ -102,26 +86,17 @@ bool findPhrase(const std::vector<GrammarListening>& grammars, const Utterance& 
         if (!listens(grammar, exclusiveOnly))
             continue;
         for (const ListenedRule& rule : grammar.rules) {
-            for (const WordTransition& transition : rule.transitions) {
-                if (!matches(transition.words, utterance, wordCount, whole))
-                    continue;
-                const std::vector<GrammarWord> heard(transition.words.begin(), transition.words.begin() + wordCount);
-                found->context = grammar.context;
-                found->phrase = phraseOf(heard, utterance);
-                found->phrase.grammarId = grammar.id;
-                found->phrase.ruleId = rule.id;
-                found->phrase.ruleName = rule.name;
-                if (transition.hasProperty) {
-                    PhraseProperty property;
-                    property.name = transition.propertyName;
-                    property.id = transition.propertyId;
-                    property.value = transition.propertyValue;
-                    property.number = transition.value;
-                    property.type = transition.valueType;
-                    found->phrase.properties.push_back(property);
-                }
-                return true;
-            }
+            WalkedPhrase walked;
+            if (!walkRule(grammar, rule, utterance.words, wordCount, whole, walked))
+                continue;
+            found->context = grammar.context;
+            found->phrase = phraseOf(walked.words, utterance);
+            found->phrase.grammarId = grammar.id;
+            found->phrase.ruleId = rule.id;
+            found->phrase.ruleName = rule.name;
+            found->phrase.properties = std::move(walked.properties);
+            found->phrase.rules = std::move(walked.rules);
+            return true;
         }
     }
     for (const GrammarListening& grammar : grammars) {

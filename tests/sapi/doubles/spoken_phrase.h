@@ -38,18 +38,20 @@ struct FoundPhrase {
 };
 
 // Finds the phrase of the first `wordCount` words of `utterance` among what
-// `grammars` listen for: all the words of a rule's transition when `whole`,
-// the first words of one otherwise (a hypothesis). Words compare without
-// regard to ASCII case; the phrase carries the grammar's own spelling.
+// `grammars` listen for: a path through a rule's committed transitions that
+// takes all the words to the rule's end when `whole`, that the words begin
+// otherwise (a hypothesis); see walkRule. Words compare without regard to
+// ASCII case; the phrase carries the grammar's own spelling.
 // Commands come first: grammars in ascending id (when one is SPGS_EXCLUSIVE
 // only the exclusive ones listen; SPGS_DISABLED ones never do), their active
 // rules in ascending id, a rule's transitions in the order they were added.
 // Then the first grammar with active dictation takes any words. The phrase
 // is built as SAPI documents it: grammar id, the rule's id and name, one
 // element per word with the word's text (no prefix), the confidence its
-// prefix requires and the engine's confidence, the transition's property
-// over the elements, and the elements' texts joined by their one trailing
-// space as the text. False when nothing listens for the words.
+// prefix requires and the engine's confidence, the rules referred to on the
+// way and the transitions' properties over their elements, and the
+// elements' texts joined by their one trailing space as the text. False
+// when nothing listens for the words.
 bool findPhrase(const std::vector<GrammarListening>& grammars, const Utterance& utterance, std::size_t wordCount,
                 bool whole, FoundPhrase* found);
 
