@@ -149,6 +149,11 @@ private:
     bool isConfident(const std::string& json, RecognitionMode mode);
     std::string resultToCommand(const std::string& json);
     std::string resultToSpelling(const std::string& json);
+    // A final result that began like a command with arguments and is none
+    // (a number out of range, words left over, a slot missing): delivered
+    // as a failure. `mayGoOn`: the early end ended the utterance, and words
+    // that could still become a command wait for the speaker's next words.
+    bool missedPattern(const std::string& json, bool mayGoOn);
 
     // The phrase-list build; the caller holds m_mutex.
     std::string buildCommandsPhrasesLocked();

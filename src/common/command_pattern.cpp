@@ -778,6 +778,36 @@ std::vector<std::string> CommandPattern::vocabulary(const SpokenLists& lists) co
     return words;
 }
 
+namespace {
+
+// Whether the sequence from `index` on can begin with `word`.
+bool sequenceBeginsWith(const CommandPattern::Sequence& items, std::size_t index, const std::string& word)
+{
+    for (; index < items.size(); ++index) {
+        const CommandPattern::Node& node = items[index];
+        switch (node.kind) {
+        case CommandPattern::Node::Kind::Word:
+            return node.word == word;
+        case CommandPattern::Node::Kind::Slot:
+            return false;
+        case CommandPattern::Node::Kind::Choice:
+            for (const CommandPattern::Sequence& alternative : node.alternatives)
+                if (sequenceBeginsWith(alternative, 0, word))
+                    return true;
+            return false;
+        case CommandPattern::Node::Kind::Optional:
+            if (sequenceBeginsWith(node.alternatives.front(), 0, word))
+                return true;
+            break;  // left out: the next item may begin it
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+bool CommandPattern::canBeginWith(const std::string& word) const { return sequenceBeginsWith(*mp_root, 0, word); }
+
 bool CommandPattern::matchWithUnheardText(const std::vector<std::string>& words, const SpokenLists& lists) const
 {
     if (!hasText())

@@ -53,6 +53,9 @@ public:
     bool match(const std::vector<std::string>& words, const SpokenLists& lists,
                std::vector<Argument>& arguments) const;
 
+    // Whether a command of this pattern can begin with `word` (a literal
+    // word; a pattern that begins with a slot begins with no word).
+    bool canBeginWith(const std::string& word) const;
     // Whether the pattern has a text slot, and whether `words` are this
     // command when its text slots may hold words a grammar recognizer could
     // not name ("find [unk] [unk]"): then the words are to be heard again by

@@ -62,6 +62,16 @@ bool CommandPatternSet::matchesWithUnheardText(const std::vector<std::string>& w
     return false;
 }
 
+bool CommandPatternSet::missed(const std::vector<std::string>& words, bool mayGoOn) const
+{
+    if (words.size() < 2 || matches(words, 0, words.size()) || (mayGoOn && couldContinue(words, 0, words.size())))
+        return false;
+    for (const auto& pattern : m_patterns)
+        if (pattern->canBeginWith(words.front()))
+            return true;
+    return false;
+}
+
 bool CommandPatternSet::hasText() const
 {
     for (const auto& pattern : m_patterns)

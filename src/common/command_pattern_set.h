@@ -40,6 +40,12 @@ public:
     // CommandPattern::matchWithUnheardText).
     bool matchesWithUnheardText(const std::vector<std::string>& words, std::size_t begin, std::size_t end) const;
     bool hasText() const;
+    // Words that begin like a command of a pattern and are none ("go to line
+    // ten thousand one" for 1..10000, "turn purple", "go to line"): the
+    // speaker meant a command and it failed. With `mayGoOn` the speaker may
+    // still be saying it: words that more words could make a command are
+    // not missed yet.
+    bool missed(const std::vector<std::string>& words, bool mayGoOn) const;
     // The phrases that let a grammar recognizer hear every pattern, each once.
     std::vector<std::string> grammarPhrases() const;
 

@@ -212,9 +212,17 @@ bool Engine::deliverCommandResult(const std::string& json, bool accepted, bool f
             return false;
     } else {
         // A final result that is no command: the utterance is decided.
-        if (accepted)
-            mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
-        return false;
+        if (!accepted)
+            return false;
+        mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
+        if (!missedPattern(json, flushed))
+            return false;
+        // Words that began a command with arguments and can no longer be
+        // one: the speaker meant a command, and it failed.
+        deliverCommand(jsonToString(json), wordConfidences(json), KSR::Failed);
+        mp_commandRecognizer.reset();
+        mp_fast->commandRecognizerGone();
+        return true;
     }
 
     if (state == KSR::Hypothesis)

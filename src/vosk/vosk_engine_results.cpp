@@ -212,6 +212,20 @@ std::string Engine::resultToCommand(const std::string& json)
     return std::string();
 }
 
+bool Engine::missedPattern(const std::string& json, bool mayGoOn)
+{
+    std::shared_ptr<const KSR::CommandPatternSet> patterns;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        patterns = mp_patterns;
+    }
+    if (!patterns || m_commandsChanged)
+        return false;
+    std::vector<std::string> words;
+    KSR::splitString(jsonToString(json), ' ', false, words);
+    return patterns->missed(words, mayGoOn);
+}
+
 std::string Engine::resultToSpelling(const std::string& json)
 {
     if (json.empty() || json.find("[unk]") != std::string::npos)

@@ -806,7 +806,9 @@ TEST_F(EnginePatterns, APatternsCommandComesWithTheConfidenceOfEachWord)
     EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"go to line forty two", {100, 100, 99, 95, 93}, 2}}));
 }
 
-TEST_F(EnginePatterns, ANumberOutsideItsRangeIsNoCommand)
+// Words that begin like a command with arguments and can no longer be one
+// are a failed command; other words that are no command give nothing.
+TEST_F(EnginePatterns, ANumberOutsideItsRangeOrWordsLeftOverAreAFailure)
 {
     engine.setEarlyEnd(0);
     FakeVosk::pushStep(Kind::Command, 1, final("go to line two hundred", {"1.0", "1.0", "1.0", "1.0", "1.0"}));
@@ -815,7 +817,14 @@ TEST_F(EnginePatterns, ANumberOutsideItsRangeIsNoCommand)
     feed(1);
     FakeVosk::pushStep(Kind::Command, 1, final("go to line five words", {"1.0", "1.0", "1.0", "1.0", "1.0"}));
     feed(1);
-    EXPECT_TRUE(heard.empty());
+    FakeVosk::pushStep(Kind::Command, 1, final("words line", {"1.0", "1.0"}));
+    feed(1);
+    FakeVosk::pushStep(Kind::Command, 1, final("go to", {"1.0", "1.0"}));  // the utterance is over
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"go to line two hundred", {100, 100, 100, 100, 100}, 0},
+                                                 {"select twenty one words", {100, 100, 100, 100}, 0},
+                                                 {"go to line five words", {100, 100, 100, 100, 100}, 0},
+                                                 {"go to", {100, 100}, 0}}));
 }
 
 TEST_F(EnginePatterns, HypothesesOfAPatternCarryNoConfidences)

@@ -151,6 +151,9 @@ TEST_F(Patterns, APastTheEdgeNumberLeftOverWordsOrAMissingSlotAreNoCommand)
         say(Json::sure(words));
         EXPECT_TRUE(heardEverything()) << words;
         EXPECT_TRUE(manager->recognitions().empty()) << words;
+        // Each began like a command with arguments: a failed command.
+        EXPECT_EQ(manager->failures(), 1) << words;
+        EXPECT_EQ(log.logs(), (Strings{"Recognition failed..."})) << words;
     }
 }
 

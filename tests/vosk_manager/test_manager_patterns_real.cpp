@@ -107,7 +107,8 @@ protected:
         manager->setActivated(dictation, true);
         noise(1.0);
         started = true;
-        manager->setRuleActivated(11, true);
+        // Already on: only announces a change (see listenWithDictation).
+        manager->setRuleActivated(static_cast<KSR::RuleId>(manager->getRuleIds(dictation).front()), true);
     }
 
     // What was dictated, and the commands.
@@ -188,5 +189,22 @@ TEST_F(PatternClips, WithDictationOnAndTheEarlyEndNoValueIsAlsoDictated)
         hear(ownClip(clip));
         EXPECT_EQ(heard().size(), 1U) << clip;
         EXPECT_EQ(dictated(), "") << clip;
+    }
+}
+
+// A value past the edge of its range is a failed command; speech outside
+// the grammar gives nothing at all.
+TEST_F(PatternClips, AValuePastTheEdgeIsAFailedCommand)
+{
+    for (const char* clip : {"pat_line_10001_past", "pat_volume_101_past", "pat_select_21_words_past"}) {
+        manager->clearReports();
+        hear(ownClip(clip));
+        EXPECT_EQ(manager->failures(), 1) << clip;
+        EXPECT_TRUE(manager->recognitions().empty()) << clip;
+    }
+    for (const char* clip : {"pat_oog_line_is_long", "pat_oog_people_go_home"}) {
+        manager->clearReports();
+        hear(ownClip(clip));
+        EXPECT_TRUE(manager->reports().empty()) << clip;
     }
 }
