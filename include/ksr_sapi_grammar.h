@@ -132,6 +132,9 @@ private:
     bool takeKnownCommand(RuleInfo& rule, const std::string& text, int& commandId);
     // The record of the rule's next command, its property filled in.
     std::shared_ptr<CommandInfo> newCommand(const RuleInfo& rule, const std::string& text) const;
+    // Commits the command's transitions and gives it its id; -1 with the
+    // error line when SAPI refuses the commit.
+    int commitCommand(RuleInfo& rule, const std::string& text, const std::shared_ptr<CommandInfo>& command);
     bool loadFreeWords();
 
     KSR::GrammarId m_id = KSR::InvalidGrammarId;

@@ -154,6 +154,12 @@ private:
     // as a failure. `mayGoOn`: the early end ended the utterance, and words
     // that could still become a command wait for the speaker's next words.
     bool missedPattern(const std::string& json, bool mayGoOn);
+    std::shared_ptr<const KSR::CommandPatternSet> patternSet() const;
+    // The utterance heard again with libvosk's alternatives: the final
+    // result of the likeliest one that is a command (or a chain), nearly as
+    // likely as the best; empty when there is none (see
+    // vosk_engine_alternatives.cpp).
+    std::string reconsiderAlternatives(const std::string& json);
 
     // The phrase-list build; the caller holds m_mutex.
     std::string buildCommandsPhrasesLocked();

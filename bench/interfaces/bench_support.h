@@ -25,6 +25,7 @@
 #include <thread>
 #include <vector>
 
+#include "cpu_clock.h"
 #include "vosk/vosk_c_api.h"
 
 namespace Bench {
@@ -81,17 +82,6 @@ private:
     std::string m_dir;
     bool m_up = false;
 };
-
-inline double percentile(std::vector<double> values, double p)
-{
-    if (values.empty())
-        return NAN;
-    std::sort(values.begin(), values.end());
-    const double rank = p * static_cast<double>(values.size() - 1);
-    const std::size_t low = static_cast<std::size_t>(std::floor(rank));
-    const std::size_t high = static_cast<std::size_t>(std::ceil(rank));
-    return values[low] + (values[high] - values[low]) * (rank - static_cast<double>(low));
-}
 
 inline double processCpuSeconds()
 {

@@ -25,8 +25,6 @@
 // phrases nothing can continue, in every noise condition; nothing cut or
 // wrong; nothing from speech of no command; at least 9 in 10 commands heard
 // (the model itself misses a few clips, early end or not).
-#include <sndfile.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -40,7 +38,9 @@
 #include <string>
 #include <vector>
 
+#include "cpu_clock.h"
 #include "ksr_vosk_manager.h"
+#include "wav_samples.h"
 #include "vosk/vosk_c_api.h"
 
 namespace {
@@ -93,18 +93,6 @@ bool canContinue(const std::string& phrase)
         if (other.size() > phrase.size() && other.compare(0, phrase.size() + 1, phrase + " ") == 0)
             return true;
     return false;
-}
-
-bool readSamples(const std::string& path, std::vector<short>& samples)
-{
-    SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (!file)
-        return false;
-    samples.resize(static_cast<std::size_t>(info.frames));
-    const sf_count_t read = sf_readf_short(file, samples.data(), info.frames);
-    sf_close(file);
-    return read == info.frames && info.samplerate == kRate && info.channels == 1;
 }
 
 class Listener : public KSR_VoskManager {
@@ -162,17 +150,6 @@ std::vector<Trial> hearAll(const Row& row, const std::string& model, const std::
     return trials;
 }
 
-double percentile(std::vector<double> values, double p)
-{
-    if (values.empty())
-        return NAN;
-    std::sort(values.begin(), values.end());
-    const double index = p * static_cast<double>(values.size() - 1);
-    const std::size_t low = static_cast<std::size_t>(index);
-    const std::size_t high = std::min(low + 1, values.size() - 1);
-    return values[low] + (values[high] - values[low]) * (index - static_cast<double>(low));
-}
-
 struct Tally {
     std::vector<double> cannotContinueMs, canContinueMs;
     int right = 0, cut = 0, wrong = 0, missed = 0, extra = 0;
@@ -226,7 +203,7 @@ int main(int argc, char** argv)
         if (field.size() != 7)
             continue;
         Clip clip{field[0], field[1], field[2], field[3], std::atoi(field[6].c_str()), {}};
-        if (!readSamples(set + "/" + clip.name + ".wav", clip.samples)) {
+        if (!Bench::readMonoSamples(set + "/" + clip.name + ".wav", kRate, clip.samples)) {
             std::printf("  unreadable clip %s/%s.wav\n", set.c_str(), clip.name.c_str());
             return 1;
         }
@@ -252,11 +229,12 @@ int main(int argc, char** argv)
             for (const Trial& trial : trials)
                 if (trial.clip->noise == noise)
                     count(trial, tally);
-            const double p50 = percentile(tally.cannotContinueMs, 0.5), p95 = percentile(tally.cannotContinueMs, 0.95);
+            const double p50 = Bench::percentile(tally.cannotContinueMs, 0.5);
+            const double p95 = Bench::percentile(tally.cannotContinueMs, 0.95);
             std::printf("  %-28s %-7s %8.0f/%-8.0f %8.0f/%-8.0f %6d %4d %6d %7d %6d\n",
                         noise == noises.front() ? row.name : "", noise.c_str(), p50, p95,
-                        percentile(tally.canContinueMs, 0.5), percentile(tally.canContinueMs, 0.95), tally.right,
-                        tally.cut, tally.wrong, tally.missed, tally.extra);
+                        Bench::percentile(tally.canContinueMs, 0.5), Bench::percentile(tally.canContinueMs, 0.95),
+                        tally.right, tally.cut, tally.wrong, tally.missed, tally.extra);
             if (row.longQuiet > 0 && row.shortQuiet < row.longQuiet)
                 goalMet = goalMet && p50 <= 150.0 && p95 <= 200.0 && tally.cut == 0 && tally.wrong == 0 &&
                           tally.extra == 0 && tally.right * 10 >= (tally.right + tally.missed) * 9;

@@ -19,8 +19,6 @@
 //     that can ("go to line six" may become "six hundred"), and commands
 //     without a slot heard by the flat grammar. Goal: the median of commands
 //     with a slot within 10 ms of those without.
-#include <sndfile.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -31,6 +29,7 @@
 
 #include "cpu_clock.h"
 #include "ksr_vosk_manager.h"
+#include "wav_samples.h"
 #include "vosk/vosk_c_api.h"
 
 namespace {
@@ -86,18 +85,6 @@ std::vector<std::string> flatPhrases()
     for (char letter = 'b'; letter <= 'z'; ++letter)
         phrases.push_back(std::string(1, letter));
     return phrases;
-}
-
-bool readSamples(const std::string& path, std::vector<short>& samples)
-{
-    SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (!file)
-        return false;
-    samples.resize(static_cast<std::size_t>(info.frames));
-    const sf_count_t read = sf_readf_short(file, samples.data(), info.frames);
-    sf_close(file);
-    return read == info.frames && info.samplerate == kRate && info.channels == 1;
 }
 
 std::vector<short> quietNoise(std::size_t samples, unsigned seed)
@@ -237,32 +224,15 @@ Heard listen(const std::vector<Clip>& clips, bool patterns, bool early)
     feed(lead, 0, nullptr);
     for (const Clip& clip : clips) {
         const std::size_t before = listener.heard.size();
+        // The clip and the quiet after it, all of it timed.
+        std::vector<short> heard = clip.samples;
+        heard.insert(heard.end(), pause.begin(), pause.end());
         std::vector<double> delays;
-        feed(clip.samples, clip.end, &delays);
-        std::vector<short> tail = pause;
-        const std::size_t offset = clip.samples.size();
-        for (std::size_t at = 0; at + kChunk <= tail.size(); at += kChunk) {
-            const std::size_t was = listener.heard.size();
-            listener.processAudio(reinterpret_cast<const char*>(tail.data() + at), kChunk * 2);
-            for (std::size_t i = was; i < listener.heard.size(); ++i)
-                delays.push_back((static_cast<double>(offset + at + kChunk) - static_cast<double>(clip.end)) * 1000.0 /
-                                 kRate);
-        }
+        feed(heard, clip.end, &delays);
         out.delays.push_back(delays);
         out.texts.emplace_back(listener.heard.begin() + static_cast<long>(before), listener.heard.end());
     }
     return out;
-}
-
-double percentile(std::vector<double> values, double p)
-{
-    if (values.empty())
-        return NAN;
-    std::sort(values.begin(), values.end());
-    const double index = p * static_cast<double>(values.size() - 1);
-    const std::size_t low = static_cast<std::size_t>(index);
-    const std::size_t high = std::min(low + 1, values.size() - 1);
-    return values[low] + (values[high] - values[low]) * (index - static_cast<double>(low));
 }
 
 }  // namespace
@@ -296,7 +266,7 @@ int main()
     for (const Source& source : sources) {
         Clip clip{source.name, source.slot, source.canGoOn, {}, 0};
         const std::string path = (source.own ? kClips : kAudio) + "/" + source.name + ".wav";
-        if (!readSamples(path, clip.samples)) {
+        if (!Bench::readMonoSamples(path, kRate, clip.samples)) {
             std::fprintf(stderr, "ksr-bench-patterns: cannot read %s\n", path.c_str());
             return 1;
         }
@@ -349,14 +319,14 @@ int main()
         }
         std::printf("\nend of speech to command, early end 500/120 ms (audio time; median / p95 ms):\n");
         std::printf("  %-40s %6.0f / %4.0f  (%zu clips)\n", "commands without a slot, flat grammar",
-                    percentile(noSlotFlat, 0.5), percentile(noSlotFlat, 0.95), noSlotFlat.size());
+                    Bench::percentile(noSlotFlat, 0.5), Bench::percentile(noSlotFlat, 0.95), noSlotFlat.size());
         std::printf("  %-40s %6.0f / %4.0f  (%zu clips)\n", "commands without a slot, pattern grammar",
-                    percentile(noSlot, 0.5), percentile(noSlot, 0.95), noSlot.size());
+                    Bench::percentile(noSlot, 0.5), Bench::percentile(noSlot, 0.95), noSlot.size());
         std::printf("  %-40s %6.0f / %4.0f  (%zu clips)  goal: median within 10 ms of the above\n",
-                    "a slot whose value cannot go on", percentile(slotEnds, 0.5), percentile(slotEnds, 0.95),
-                    slotEnds.size());
+                    "a slot whose value cannot go on", Bench::percentile(slotEnds, 0.5),
+                    Bench::percentile(slotEnds, 0.95), slotEnds.size());
         std::printf("  %-40s %6.0f / %4.0f  (%zu clips; waits the long quiet)\n", "a value that could go on",
-                    percentile(slotGoesOn, 0.5), percentile(slotGoesOn, 0.95), slotGoesOn.size());
+                    Bench::percentile(slotGoesOn, 0.5), Bench::percentile(slotGoesOn, 0.95), slotGoesOn.size());
         std::printf("  missed: %d\n", missed);
     }
     return 0;

@@ -327,7 +327,8 @@ private:
             return true;
         if (node.type == SlotType::List)
             return listSlot(node, at, next);
-        std::size_t most = std::min<std::size_t>(left, static_cast<std::size_t>(node.type == SlotType::Number ? 30 : node.high));
+        const long long longest = node.type == SlotType::Number ? 30 : node.high;
+        std::size_t most = std::min<std::size_t>(left, static_cast<std::size_t>(longest));
         std::size_t least = node.type == SlotType::Number ? 1 : static_cast<std::size_t>(node.low);
         if (least > most)
             return false;

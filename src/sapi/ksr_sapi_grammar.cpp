@@ -127,6 +127,11 @@ int KSR_Grammar::addCommand(KSR::RuleId ruleId, const std::string& text, KSR::Re
         KSR_Logger::Error("Could not add command " + text + "!");
         return -1;
     }
+    return commitCommand(*rule, text, command);
+}
+
+int KSR_Grammar::commitCommand(RuleInfo& rule, const std::string& text, const std::shared_ptr<CommandInfo>& command)
+{
     const HRESULT committed = m_grammar->Commit(0);
     if (FAILED(committed)) {
         KSR_Logger::Error("Could not commit command " + text + " to grammar! (Error code:" +
@@ -134,9 +139,9 @@ int KSR_Grammar::addCommand(KSR::RuleId ruleId, const std::string& text, KSR::Re
         return -1;
     }
 
-    const int commandId = static_cast<int>(rule->nextCommandId++);
+    const int commandId = static_cast<int>(rule.nextCommandId++);
     command->active = true;
-    rule->commands[text] = command;
+    rule.commands[text] = command;
     return commandId;
 }
 

@@ -42,17 +42,7 @@ int KSR_Grammar::addCommandPattern(KSR::RuleId ruleId, const std::shared_ptr<con
         KSR_Logger::Error("Could not add command " + text + "! (Error code:" + KSR::resultCodeText(added) + ")");
         return -1;
     }
-    const HRESULT committed = m_grammar->Commit(0);
-    if (FAILED(committed)) {
-        KSR_Logger::Error("Could not commit command " + text + " to grammar! (Error code:" +
-                          KSR::resultCodeText(committed) + ")");
-        return -1;
-    }
-
-    const int commandId = static_cast<int>(rule->nextCommandId++);
-    command->active = true;
-    rule->commands[text] = command;
-    return commandId;
+    return commitCommand(*rule, text, command);
 }
 
 bool KSR_Grammar::setList(const std::string& name, const KSR::SpokenList& items)

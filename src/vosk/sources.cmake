@@ -7,6 +7,7 @@ target_sources(ksr_core_obj PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/vosk_engine.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vosk_engine_results.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vosk_engine_text.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/vosk_engine_alternatives.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vosk_engine_audio.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vosk_engine_fast.cpp
   ${CMAKE_CURRENT_LIST_DIR}/voice_activity.cpp

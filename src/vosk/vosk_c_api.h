@@ -22,6 +22,9 @@ VoskRecognizer* vosk_recognizer_new(VoskModel* model, float sample_rate);
 VoskRecognizer* vosk_recognizer_new_grm(VoskModel* model, float sample_rate, const char* grammar);
 // Asks for the per-word "result" array (with "conf") in final results.
 void vosk_recognizer_set_words(VoskRecognizer* recognizer, int words);
+// Final results then hold "alternatives": up to that many texts with a
+// total "confidence" each (higher is likelier), and no per-word "conf".
+void vosk_recognizer_set_max_alternatives(VoskRecognizer* recognizer, int max_alternatives);
 // 1: an utterance ended and a result is ready; 0: decoding goes on; -1: error.
 int vosk_recognizer_accept_waveform(VoskRecognizer* recognizer, const char* data, int length);
 const char* vosk_recognizer_result(VoskRecognizer* recognizer);

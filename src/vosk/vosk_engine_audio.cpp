@@ -168,9 +168,6 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
     const std::string json = accepted ? mp_commandRecognizer->result() : mp_commandRecognizer->partialResult();
     if (!m_commandsChanged && beginTextStage(json))
         return;
-    // The decoder begins its next utterance with the next chunk.
-    if (accepted)
-        mp_fast->utteranceBegins();
 
     if (m_commandsChanged) {
         mp_commandRecognizer.reset();
@@ -186,11 +183,15 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
     if (accepted && m_chaining && deliverChain(json, commandTaken)) {
         mp_commandRecognizer.reset();
         mp_fast->commandRecognizerGone();
-        return;
+    } else {
+        const bool finalDelivered = deliverCommandResult(json, accepted, false, commandTaken);
+        if (m_earlyEndMilliseconds > 0 && !finalDelivered && mp_commandRecognizer)
+            followCommandPartial(json, accepted, commandTaken);
     }
-    const bool finalDelivered = deliverCommandResult(json, accepted, false, commandTaken);
-    if (m_earlyEndMilliseconds > 0 && !finalDelivered && mp_commandRecognizer)
-        followCommandPartial(json, accepted, commandTaken);
+    // The decoder begins its next utterance with the next chunk. (The
+    // delivery may hear this utterance again: its audio is kept until now.)
+    if (accepted)
+        mp_fast->utteranceBegins();
 }
 
 bool Engine::deliverCommandResult(const std::string& json, bool accepted, bool flushed, bool& commandTaken)
@@ -214,11 +215,22 @@ bool Engine::deliverCommandResult(const std::string& json, bool accepted, bool f
         // A final result that is no command: the utterance is decided.
         if (!accepted)
             return false;
-        mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
-        if (!missedPattern(json, flushed))
+        if (!missedPattern(json, flushed)) {
+            mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
             return false;
-        // Words that began a command with arguments and can no longer be
-        // one: the speaker meant a command, and it failed.
+        }
+        // Words that began a command with arguments and are none: the
+        // speaker meant a command. A nearly as likely reading that is one
+        // ("call oh five oh one" for "call o five o one") is taken instead.
+        const std::string better = reconsiderAlternatives(json);
+        if (!better.empty()) {
+            if (!(m_chaining && deliverChain(better, commandTaken)))
+                return deliverCommandResult(better, accepted, true, commandTaken);
+            mp_commandRecognizer.reset();
+            mp_fast->commandRecognizerGone();
+            return true;
+        }
+        mp_fast->held.decide(HeldDictation::Verdict::NotTaken);
         deliverCommand(jsonToString(json), wordConfidences(json), KSR::Failed);
         mp_commandRecognizer.reset();
         mp_fast->commandRecognizerGone();

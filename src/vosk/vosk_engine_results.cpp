@@ -212,13 +212,15 @@ std::string Engine::resultToCommand(const std::string& json)
     return std::string();
 }
 
+std::shared_ptr<const KSR::CommandPatternSet> Engine::patternSet() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return mp_patterns;
+}
+
 bool Engine::missedPattern(const std::string& json, bool mayGoOn)
 {
-    std::shared_ptr<const KSR::CommandPatternSet> patterns;
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        patterns = mp_patterns;
-    }
+    const std::shared_ptr<const KSR::CommandPatternSet> patterns = patternSet();
     if (!patterns || m_commandsChanged)
         return false;
     std::vector<std::string> words;

@@ -29,11 +29,7 @@ const std::size_t kLongestTextCommand = 20 * FastCommandState::kSamplesPerMillis
 
 bool Engine::beginTextStage(const std::string& json)
 {
-    std::shared_ptr<const KSR::CommandPatternSet> patterns;
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        patterns = mp_patterns;
-    }
+    const std::shared_ptr<const KSR::CommandPatternSet> patterns = patternSet();
     if (!patterns || !patterns->hasText() || json.find("[unk]") == std::string::npos || !mp_model)
         return false;
     FastCommandState& fast = *mp_fast;

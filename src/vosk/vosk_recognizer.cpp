@@ -40,6 +40,12 @@ Recognizer::~Recognizer()
 
 bool Recognizer::isValid() const { return mp_voskRecognizer != nullptr; }
 
+void Recognizer::setMaxAlternatives(int count)
+{
+    if (mp_voskRecognizer)
+        vosk_recognizer_set_max_alternatives(mp_voskRecognizer, count);
+}
+
 bool Recognizer::acceptWaveform(const char* data, int length)
 {
     if (!mp_voskRecognizer) {

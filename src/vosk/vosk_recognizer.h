@@ -21,6 +21,9 @@ public:
     Recognizer& operator=(const Recognizer&) = delete;
 
     bool isValid() const;
+    // Final results then list up to `count` alternatives (see
+    // vosk_recognizer_set_max_alternatives).
+    void setMaxAlternatives(int count);
     // True when the library reports an utterance end (1) and, by the plain
     // non-zero test, also for its error value (-1).
     bool acceptWaveform(const char* data, int length);

@@ -149,7 +149,8 @@ KSR::CommandId KSR_VoskGrammar::addCommand(KSR::RuleId ruleId, const std::string
     return addRecord(ruleId, phrase, nullptr);
 }
 
-KSR::CommandId KSR_VoskGrammar::addCommandPattern(KSR::RuleId ruleId, std::shared_ptr<const KSR::CommandPattern> pattern)
+KSR::CommandId KSR_VoskGrammar::addCommandPattern(KSR::RuleId ruleId,
+                                                  std::shared_ptr<const KSR::CommandPattern> pattern)
 {
     if (!pattern)
         return KSR::InvalidCommandId;

@@ -196,6 +196,13 @@ void vosk_recognizer_set_words(VoskRecognizer* recognizer, int words)
     }
 }
 
+void vosk_recognizer_set_max_alternatives(VoskRecognizer* recognizer, int max_alternatives)
+{
+    std::lock_guard<std::mutex> lock(FakeVosk::mutex());
+    if (recognizer)
+        FakeVosk::state().maxAlternatives.push_back(max_alternatives);
+}
+
 int vosk_recognizer_accept_waveform(VoskRecognizer* recognizer, const char*, int length)
 {
     std::lock_guard<std::mutex> lock(FakeVosk::mutex());

@@ -51,6 +51,7 @@ struct State {
     std::vector<std::string> grammars;    // grammar text of every recognizer made with one
     std::vector<int> logLevels;           // every vosk_set_log_level argument
     int setWordsCalls = 0;                // vosk_recognizer_set_words(handle, 1) calls
+    std::vector<int> maxAlternatives;     // every vosk_recognizer_set_max_alternatives call's count
     int alive[3] = {0, 0, 0};             // recognizers currently not freed, per kind
     int created[3] = {0, 0, 0};
     int modelsAlive = 0;

@@ -909,3 +909,69 @@ TEST_F(EngineTextSlot, WordsTheGrammarNamedNeedNoSecondHearing)
     EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"find line", {100, 100}, 2}}));
     EXPECT_EQ(bytesFed(Kind::Dictation), 0);
 }
+
+namespace {
+
+std::string alternatives(const std::vector<std::pair<std::string, double>>& readings)
+{
+    std::string json = "{\"alternatives\" : [";
+    for (std::size_t i = 0; i < readings.size(); ++i)
+        json += std::string(i ? ", " : "") + "{\"confidence\" : " + std::to_string(readings[i].second) +
+                ", \"result\" : [], \"text\" : \"" + readings[i].first + "\"}";
+    return json + "]}";
+}
+
+std::vector<int> maxAlternativesAsked()
+{
+    std::lock_guard<std::mutex> lock(FakeVosk::mutex());
+    return FakeVosk::state().maxAlternatives;
+}
+
+}  // namespace
+
+// "two" after "forty" and "to" sound alike: the best reading is no command,
+// the next, nearly as likely, is one. Its changed word is as sure as the
+// sound was: the share of the readings that say either word there.
+TEST_F(EnginePatterns, ANearlyAsLikelyReadingThatIsACommandIsTaken)
+{
+    engine.setEarlyEnd(0);
+    FakeVosk::pushStep(Kind::Command, 1, final("go to line forty to", {"1.0", "1.0", "1.0", "0.98", "0.55"}));
+    FakeVosk::pushFinal(Kind::Command, alternatives({{"go to line forty to", 75.2}, {"go to line forty two", 74.44},
+                                                     {"go to line forty", 70.0}}));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"go to line forty two", {100, 100, 100, 98, 99}, 2}}));
+    EXPECT_EQ(maxAlternativesAsked(), (std::vector<int>{5}));
+}
+
+TEST_F(EnginePatterns, AReadingFarLessLikelyIsNotTakenAndTheCommandFails)
+{
+    engine.setEarlyEnd(0);
+    FakeVosk::pushStep(Kind::Command, 1, final("go to line forty to", {"1.0", "1.0", "1.0", "0.98", "0.55"}));
+    FakeVosk::pushFinal(Kind::Command,
+                        alternatives({{"go to line forty to", 75.2}, {"go to line forty two", 72.9}}));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"go to line forty to", {100, 100, 100, 98, 55}, 0}}));
+}
+
+TEST_F(EnginePatterns, AReadingOfOtherLengthOrNoCommandIsNotTaken)
+{
+    engine.setEarlyEnd(0);
+    FakeVosk::pushStep(Kind::Command, 1, final("select two to words", {"1.0", "1.0", "0.6", "1.0"}));
+    FakeVosk::pushFinal(Kind::Command, alternatives({{"select two to words", 50.0}, {"select two words", 49.9},
+                                                     {"select to two words", 49.8}}));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"select two to words", {100, 100, 60, 100}, 0}}));
+}
+
+TEST_F(EnginePatterns, AReadingThatIsAChainIsDeliveredAsOne)
+{
+    engine.setEarlyEnd(0);
+    engine.setChaining(true);
+    FakeVosk::pushStep(Kind::Command, 1,
+                       final("go to line forty to undo", {"1.0", "1.0", "1.0", "1.0", "0.6", "1.0"}));
+    FakeVosk::pushFinal(Kind::Command,
+                        alternatives({{"go to line forty to undo", 106.18}, {"go to line forty two undo", 105.56}}));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"go to line forty two", {100, 100, 100, 100, 100}, 2},
+                                                 {"undo", {100}, 2}}));
+}
