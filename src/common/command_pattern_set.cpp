@@ -66,8 +66,12 @@ bool CommandPatternSet::missed(const std::vector<std::string>& words, bool mayGo
 {
     if (words.size() < 2 || matches(words, 0, words.size()) || (mayGoOn && couldContinue(words, 0, words.size())))
         return false;
-    for (const auto& pattern : m_patterns)
-        if (pattern->canBeginWith(words.front()))
+    // The speaker got past a pattern's first word: its first two words at
+    // least begin one of its commands ("go to", "volume one"). One word that
+    // a pattern begins with is too little: "good morning" is heard as "go
+    // ..." in a grammar of "go to line ...".
+    for (std::size_t end = words.size(); end >= 2; --end)
+        if (couldContinue(words, 0, end) || matches(words, 0, end))
             return true;
     return false;
 }

@@ -40,9 +40,9 @@ public:
     // CommandPattern::matchWithUnheardText).
     bool matchesWithUnheardText(const std::vector<std::string>& words, std::size_t begin, std::size_t end) const;
     bool hasText() const;
-    // Words that begin like a command of a pattern and are none ("go to line
-    // ten thousand one" for 1..10000, "turn purple", "go to line"): the
-    // speaker meant a command and it failed. With `mayGoOn` the speaker may
+    // Words that begin like a command of a pattern, two words at least, and
+    // are none ("go to line ten thousand one" for 1..10000, "turn dark
+    // blue", "go to line"): the speaker meant a command and it failed. With `mayGoOn` the speaker may
     // still be saying it: words that more words could make a command are
     // not missed yet.
     bool missed(const std::vector<std::string>& words, bool mayGoOn) const;

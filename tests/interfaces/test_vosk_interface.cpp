@@ -515,3 +515,37 @@ TEST_F(VoskInterfaceTest, MicrophoneChangesRightAfterStartStopTheStartingWorkerF
         iface.stop();
     }
 }
+
+// A command's values travel with it through a queued connection.
+TEST_F(VoskInterfaceTest, ACommandsArgumentsArriveWithItThroughAQueuedConnection)
+{
+    K_SRInterface::registerKSRTypes();
+    CountingInterface iface(&host);
+    std::vector<KSR::SRData> received;
+    QObject receiver;
+    QObject::connect(&iface, &K_SRInterface::recognitionResult, &receiver,
+                     [&](KSR::SRData data) { received.push_back(data); }, Qt::QueuedConnection);
+    KSR::Argument line;
+    line.name = "line";
+    line.type = KSR::SlotType::Number;
+    line.number = 42;
+    line.words = "forty two";
+    line.firstWord = 3;
+    line.wordCount = 2;
+    line.confidence = 97;
+    iface.processRecognition(KSR::SRData{101, 12, 3, "go to line forty two", {line}});
+    EXPECT_TRUE(received.empty());  // queued
+    QCoreApplication::processEvents();
+    ASSERT_EQ(received.size(), 1U);
+    EXPECT_EQ(received[0], (KSR::SRData{101, 12, 3, "go to line forty two"}));
+    ASSERT_EQ(received[0].arguments.size(), 1U);
+    const KSR::Argument& got = received[0].arguments[0];
+    EXPECT_EQ(got.name, "line");
+    EXPECT_EQ(got.type, KSR::SlotType::Number);
+    EXPECT_EQ(got.number, 42);
+    EXPECT_EQ(got.words, "forty two");
+    EXPECT_EQ(got.firstWord, 3U);
+    EXPECT_EQ(got.wordCount, 2U);
+    EXPECT_EQ(got.confidence, 97);
+    EXPECT_STREQ(KSR::slotTypeName(got.type), "number");
+}

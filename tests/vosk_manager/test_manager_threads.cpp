@@ -12,6 +12,7 @@
 #include <random>
 #include <thread>
 
+#include "common/spoken_number.h"
 #include "watchdog.h"
 #include "manager_fixture.h"
 
@@ -175,4 +176,70 @@ TEST_F(ManagerTest, HostChangesEverythingWhileAudioIsProcessed)
             ++recognized;
     }
     EXPECT_GT(recognized, 0);
+}
+
+// Commands with arguments across threads: the recognition thread hears
+// pattern commands, chains of them and hypotheses, while the host adds and
+// removes patterns, sets the lists they use and switches chaining and the
+// early end.
+TEST_F(ManagerTest, HostChangesPatternsAndListsWhileAudioIsProcessed)
+{
+    {
+        std::lock_guard<std::mutex> lock(FakeVosk::mutex());
+        FakeVosk::state().recordCalls = false;
+        for (const char* word : {"to", "turn", "red", "blue", "green", "dark"})
+            FakeVosk::state().vocabulary.insert(word);
+        for (const std::string& word : KSR::SpokenNumber::vocabulary())
+            FakeVosk::state().vocabulary.insert(word);
+    }
+    FakeVosk::setCycle(Kind::Command, {Step{0, Json::partial("go to line forty")},
+                                       Step{1, Json::sure("go to line forty two")},
+                                       Step{1, Json::sure("turn dark red save file")},
+                                       Step{0, Json::partial("turn")},
+                                       Step{1, Json::sure("turn green")},
+                                       Step{1, Json::sure("go to line seven turn blue")}});
+    initialize();
+    manager->addDictationGrammar("");
+    const KSR::GrammarId grammar = manager->addCommandGrammar("");
+    const KSR::RuleId rule = manager->addRule(grammar, "moves");
+    ASSERT_TRUE(manager->setList("colours", {{"red", "1"}, {"dark red", "2"}}));
+    ASSERT_NE(manager->addCommandPattern(rule, "go to line <n:number 1..100>"), KSR::InvalidCommandId);
+    ASSERT_NE(manager->addCommandPattern(rule, "turn <c:list colours>"), KSR::InvalidCommandId);
+    manager->addCommand(rule, "save file");
+    manager->setActivated(grammar, true);
+    manager->startRecognizing();
+
+    Watchdog watchdog(std::chrono::seconds(60), "pattern threads");
+    const Clock::time_point start = Clock::now();
+    std::atomic<bool> hostDone{false};
+    std::atomic<int> chunksFed{0};
+    std::thread recognition([&] {
+        const std::string audio(3200, '\0');
+        for (int i = 0; (i < kChunks / 4 || !hostDone) && Clock::now() - start < kBudget; ++i) {
+            manager->processAudio(audio.data(), static_cast<int>(audio.size()));
+            ++chunksFed;
+        }
+    });
+    std::thread host([&] {
+        for (int i = 0; i < kHostOperations / 4 && Clock::now() - start < kBudget; ++i) {
+            switch (i % 7) {
+            case 0: manager->setList("colours", {{"red", "1"}, {"dark red", "2"}, {"blue", std::to_string(i)}}); break;
+            case 1: manager->setList("colours", {{"green", "3"}}); break;
+            case 2: manager->removeCommand(rule, 0); break;
+            case 3: manager->addCommandPattern(rule, "go to line <n:number 1..100>"); break;
+            case 4: manager->setCommandChaining(i % 2 == 0); break;
+            case 5: manager->setFastCommands(i % 3 == 0 ? 0 : 250); break;
+            case 6: manager->list("colours"); manager->patternProblem("turn <c:list colours>"); break;
+            }
+        }
+        hostDone = true;
+    });
+    host.join();
+    recognition.join();
+    EXPECT_GT(chunksFed.load(), 0);
+    // Some commands with arguments got through, each with its values.
+    int withValues = 0;
+    for (const KSR::SRData& data : manager->recognitions())
+        withValues += data.arguments.empty() ? 0 : 1;
+    EXPECT_GT(withValues, 0);
 }
