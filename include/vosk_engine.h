@@ -264,6 +264,7 @@ private:
     // worker thread only.
     std::unique_ptr<Vosk::Recognizer> mp_textRecognizer;
     std::size_t m_textBytes = 0;
+    long long m_textBegan = 0;  // in samples heard by the voice detector
 
     // Guards the lists, keywords, phrase text and the two functions.
     mutable std::mutex m_mutex;

@@ -75,7 +75,8 @@ void Engine::processAudio(const char* data, int length)
     const bool fast = m_earlyEndMilliseconds > 0;
     VoiceActivity& voice = mp_fast->voice;
     const long long voiceEndBefore = voice.voiceEnd();
-    if (fast || !mp_fast->held.empty() || mp_fast->commandSleep.asleep() || mp_fast->freeSleep.asleep())
+    if (fast || !mp_fast->held.empty() || mp_fast->commandSleep.asleep() || mp_fast->freeSleep.asleep() ||
+        mp_textRecognizer)
         voice.feed(reinterpret_cast<const std::int16_t*>(data), static_cast<std::size_t>(length) / 2);
     const bool voiced = voice.voiceEnd() != voiceEndBefore;
 

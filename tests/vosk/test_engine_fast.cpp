@@ -975,3 +975,21 @@ TEST_F(EnginePatterns, AReadingThatIsAChainIsDeliveredAsOne)
     EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"go to line forty two", {100, 100, 100, 100, 100}, 2},
                                                  {"undo", {100}, 2}}));
 }
+
+// The free recognizer's own end of utterance may come late; half a second
+// of quiet after the speaker's voice ends the sentence, so that a command
+// said next is not taken as more text.
+TEST_F(EngineTextSlot, HalfASecondOfQuietAfterTheVoiceEndsTheText)
+{
+    const std::vector<std::int16_t> voice = tone(1600, 3000.0);
+    const std::string quiet = chunk;
+    FakeVosk::pushStep(Kind::Command, 0, partial("find [unk]"));
+    chunk.assign(reinterpret_cast<const char*>(voice.data()), voice.size() * 2);
+    feed(3);  // the text stage begins on the first chunk and hears voice
+    chunk = quiet;
+    FakeVosk::pushFinal(Kind::Dictation, final("find hello world", {"1.0", "1.0", "1.0"}));
+    feed(4);
+    EXPECT_TRUE(heard.empty());  // 400 ms of quiet: the sentence may go on
+    feed(2);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"find hello world", {100, 100, 100}, 2}}));
+}

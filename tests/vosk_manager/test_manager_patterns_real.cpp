@@ -210,3 +210,24 @@ TEST_F(PatternClips, AValuePastTheEdgeIsAFailedCommand)
         EXPECT_EQ(manager->failures(), 0) << clip;
     }
 }
+
+// A free-text slot ends with the speaker's quiet: a command said 0.8 s
+// later is a command of its own, not more text. (After a command without
+// the early end, libvosk's own end of utterance comes about a second after
+// the speech, and words said before it lose their beginning: the next
+// free text waits 1.2 s.)
+TEST_F(PatternClips, ACommandSaidSoonAfterFreeTextIsNoPartOfIt)
+{
+    for (const int fast : {0, KSR_VoskManager::RecommendedFastCommandsQuiet}) {
+        ASSERT_TRUE(manager->setFastCommands(fast));
+        manager->clearReports();
+        hear(ownClip("pat_find_hello_world"), 0.8);
+        hear(ownClip("pat_line_42"), 1.2);
+        hear(ownClip("pat_find_people_house"), 0.8);
+        hear(ownClip("pat_turn_blue"));
+        EXPECT_EQ(heard(), (Strings{"find hello world {query=hello world}", "go to line forty two {line=42}",
+                                    "find the people in the house {query=the people in the house}",
+                                    "turn blue {colour=#0000ff}"}))
+            << "early end " << fast;
+    }
+}
