@@ -111,6 +111,7 @@ speak pat_find_hello_world            en+m2             165 55 white "find hello
 speak pat_find_people_house           en+david          160 45 pink  "find the people in the house"
 speak pat_chain_line_42_save_file     en-029+m6         160 50 brown "go to line forty two save file"
 speak pat_chain_turn_red_close_window en-us+m3          165 45 white "turn red close window"
+speak pat_chain_save_file_find_hello_world en+m1        160 50 pink  "save file find hello world"
 speak pat_pause_100_line_42           en+m1             160 50 pink  "go to line|100|forty two"
 speak pat_pause_250_line_42           en-gb-x-rp+f2     165 55 brown "go to line|250|forty two"
 speak pat_pause_400_line_42           en+klatt          160 40 white "go to line|400|forty two"

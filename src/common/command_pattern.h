@@ -57,9 +57,9 @@ public:
     // word; a pattern that begins with a slot begins with no word).
     bool canBeginWith(const std::string& word) const;
     // Whether the pattern has a text slot, and whether `words` are this
-    // command when its text slots may hold words a grammar recognizer could
-    // not name ("find [unk] [unk]"): then the words are to be heard again by
-    // a recognizer of free speech.
+    // command when its text slots may hold any words, "[unk]" too ("find
+    // [unk] word"): a grammar recognizer cannot name free words, so they are
+    // to be heard again by a recognizer of free speech.
     bool hasText() const;
     bool matchWithUnheardText(const std::vector<std::string>& words, const SpokenLists& lists) const;
     // True when `words` are the beginning of a longer command of this

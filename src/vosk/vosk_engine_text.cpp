@@ -1,11 +1,12 @@
 // Vosk::Engine: commands with a free-text slot ("find <query:text>").
 //
 // The command recognizer hears only the grammar's words, so the free words
-// of a text slot come back as "[unk]" or as stray grammar words. Worse, the
+// of a text slot come back as "[unk]" or as grammar words that sound a
+// little like them ("find close word" for "find hello world"). Worse, the
 // model counts its unknown-word phone as silence when it ends an utterance,
 // so a sentence after "find" is cut into pieces ("find [unk]", "[unk] s").
-// So once the command recognizer's words are a command with a text slot
-// whose words it could not name, a recognizer of free speech takes the
+// So once the command recognizer's words are a command with a text slot,
+// whatever words it put there, a recognizer of free speech takes the
 // utterance over: it hears the utterance again from its first chunk, then
 // every chunk, until its own end of utterance or until the speaker has been
 // quiet for kTextQuiet (the early end's long quiet when that is longer), and
@@ -37,14 +38,22 @@ const long long kTextQuiet = 500 * FastCommandState::kSamplesPerMillisecond;
 bool Engine::beginTextStage(const std::string& json)
 {
     const std::shared_ptr<const KSR::CommandPatternSet> patterns = patternSet();
-    if (!patterns || !patterns->hasText() || json.find("[unk]") == std::string::npos || !mp_model)
+    if (!patterns || !patterns->hasText() || !mp_model)
         return false;
     FastCommandState& fast = *mp_fast;
     if (!fast.utteranceComplete || fast.utteranceAudio.empty())
         return false;
     std::vector<std::string> words;
     KSR::splitString(jsonToString(json), ' ', false, words);
-    if (!patterns->matchesWithUnheardText(words, 0, words.size()))
+    bool textCommand = patterns->matchesWithUnheardText(words, 0, words.size());
+    // With chaining, commands may come first: "save file find [unk]".
+    std::string before;
+    for (std::size_t first = 1; !textCommand && m_chaining && first < words.size(); ++first) {
+        before += (before.empty() ? "" : " ") + words[first - 1];
+        textCommand = patterns->matchesWithUnheardText(words, first, words.size()) &&
+                      !phraseIndex()->split(before).empty();
+    }
+    if (!textCommand)
         return false;
 
     mp_textRecognizer.reset(new Recognizer(*mp_model, static_cast<float>(mp_model->sampleRate())));
@@ -88,6 +97,10 @@ void Engine::runTextStage(const char* data, int length, bool& commandTaken)
     mp_textRecognizer.reset();
     // A result that is no command of the patterns is nothing: the final
     // delivery decides it like any other.
+    if (m_chaining && deliverChain(json, commandTaken)) {
+        mp_fast->commandRecognizerGone();
+        return;
+    }
     if (!deliverCommandResult(json, true, true, commandTaken)) {
         mp_fast->commandRecognizerGone();
         mp_fast->held.decide(HeldDictation::Verdict::NotTaken);

@@ -902,12 +902,16 @@ TEST_F(EngineTextSlot, FreeWordsThatAreNoCommandGiveNothing)
     EXPECT_TRUE(heard.empty());
 }
 
-TEST_F(EngineTextSlot, WordsTheGrammarNamedNeedNoSecondHearing)
+// Grammar words in a text slot are no better: the grammar recognizer puts
+// the nearest ones where the free words were ("find close word" for "find
+// hello world").
+TEST_F(EngineTextSlot, WordsTheGrammarNamedAreHeardAgainToo)
 {
     FakeVosk::pushStep(Kind::Command, 1, final("find line", {"1.0", "1.0"}));
+    FakeVosk::pushStep(Kind::Dictation, 1, final("find lime", {"1.0", "0.95"}));
     feed(1);
-    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"find line", {100, 100}, 2}}));
-    EXPECT_EQ(bytesFed(Kind::Dictation), 0);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"find lime", {100, 95}, 2}}));
+    EXPECT_EQ(bytesFed(Kind::Dictation), static_cast<long long>(chunk.size()));
 }
 
 namespace {
@@ -992,4 +996,21 @@ TEST_F(EngineTextSlot, HalfASecondOfQuietAfterTheVoiceEndsTheText)
     EXPECT_TRUE(heard.empty());  // 400 ms of quiet: the sentence may go on
     feed(2);
     EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"find hello world", {100, 100, 100}, 2}}));
+}
+
+TEST_F(EngineTextSlot, WithChainingCommandsBeforeFreeTextAreHeardToo)
+{
+    engine.setChaining(true);
+    FakeVosk::pushStep(Kind::Command, 0, partial("undo find [unk]"));
+    FakeVosk::pushStep(Kind::Dictation, 1, final("undo find hello world", {"1.0", "1.0", "0.97", "1.0"}));
+    feed(1);
+    EXPECT_EQ(heard, (std::vector<WordsDelivery>{{"undo", {100}, 2}, {"find hello world", {100, 97, 100}, 2}}));
+}
+
+TEST_F(EngineTextSlot, WithoutChainingWordsBeforeTheTextAreNoCommand)
+{
+    FakeVosk::pushStep(Kind::Command, 0, partial("undo find [unk]"));
+    feed(1);
+    EXPECT_EQ(bytesFed(Kind::Dictation), 0);  // no free recognizer
+    EXPECT_TRUE(heard.empty());
 }

@@ -75,6 +75,7 @@ const Expected kSingles[] = {
 const Expected kChains[] = {
     {"pat_chain_line_42_save_file", {"go to line forty two {line=42}", "save file"}},
     {"pat_chain_turn_red_close_window", {"turn red {colour=#ff0000}", "close window"}},
+    {"pat_chain_save_file_find_hello_world", {"save file", "find hello world {query=hello world}"}},
 };
 
 class PatternClips : public RealManager {
