@@ -255,14 +255,7 @@ HRESULT FakeGrammar::AddWordTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE h
     CallLog::add(logName() + ".AddWordTransition(" + transition.rule + ", " + target + ", " + text + ", " +
                  separators + ", " + wordTypeName(eWordType) + ", " + weightText(Weight) + ", " +
                  propertyText(transition) + ")");
-    const HRESULT result = script("AddWordTransition");
-    if (FAILED(result))
-        return result;
-    if (!placed)
-        return E_INVALIDARG;
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_transitions.push_back(transition);
-    return S_OK;
+    return keepTransition("AddWordTransition", placed, transition);
 }
 
 HRESULT FakeGrammar::AddRuleTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE hToState, SPSTATEHANDLE hRule,
@@ -291,7 +284,14 @@ HRESULT FakeGrammar::AddRuleTransition(SPSTATEHANDLE hFromState, SPSTATEHANDLE h
     copyProperty(pPropInfo, transition);
     CallLog::add(logName() + ".AddRuleTransition(" + transition.rule + ", " + target + ", " + referred + ", " +
                  weightText(Weight) + ", " + propertyText(transition) + ")");
-    const HRESULT result = script("AddRuleTransition");
+    return keepTransition("AddRuleTransition", placed, transition);
+}
+
+// The scripted result of the call, else E_INVALIDARG for a transition that
+// could not be placed, else the transition kept.
+HRESULT FakeGrammar::keepTransition(const char* call, bool placed, const WordTransition& transition)
+{
+    const HRESULT result = script(call);
     if (FAILED(result))
         return result;
     if (!placed)

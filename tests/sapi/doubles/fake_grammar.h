@@ -153,6 +153,7 @@ private:
         int number = 0;
     };
     HRESULT script(const std::string& method) const { return Script::next(logName(), method); }
+    HRESULT keepTransition(const char* call, bool placed, const WordTransition& transition);
     std::string ruleAt(SPSTATEHANDLE state) const;
     // The rule a state belongs to ("" for none), and how the log names it.
     std::string ownerOf(SPSTATEHANDLE state) const;
