@@ -176,7 +176,7 @@ private:
     // command recognizer's words are such a command with words it could not
     // name ("find [unk]"), a recognizer of free speech takes the utterance
     // over; true when it did.
-    bool beginTextStage(const std::string& json);
+    bool beginTextStage(const std::string& json, bool accepted);
     void runTextStage(const char* data, int length, bool& commandTaken);
     // Chaining: a final text that is no phrase but a sequence of them; true
     // when it was one (and was delivered).
@@ -244,6 +244,12 @@ private:
     // grammar phrases, made once when the set is handed over.
     std::shared_ptr<const KSR::CommandPatternSet> mp_patterns;
     std::vector<std::string> m_patternPhrases;
+    // The last text resultToCommand matched against the patterns.
+    struct PatternVerdict {
+        std::shared_ptr<const KSR::CommandPatternSet> set;
+        std::string text;
+        bool matches = false;
+    } m_patternVerdict;
     KSR::DictationRecognizedFunction m_dictationRecognizedFunction;
 
     // Set by setCommandsList, cleared by the next phrase build: a list that

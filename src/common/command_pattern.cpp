@@ -5,6 +5,7 @@
 #include <functional>
 #include <unordered_set>
 
+#include "common/ksr_text_case.h"
 #include "common/spoken_number.h"
 #include "ksr_types.h"
 
@@ -672,12 +673,6 @@ void expand(const Sequence& sequence, const SpokenLists& lists, std::size_t most
 
 }  // namespace
 
-namespace {
-
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
-
-}  // namespace
-
 std::string CommandPattern::lowerWords(const std::string& pattern)
 {
     std::string lowered = pattern;
@@ -688,18 +683,43 @@ std::string CommandPattern::lowerWords(const std::string& pattern)
         else if (c == '>')
             inSlot = false;
         else if (!inSlot)
-            c = lowerAscii(c);
+            c = toLowerAscii(c);
     }
     return lowered;
+}
+
+std::shared_ptr<const CommandPattern> CommandPattern::parseHostPattern(const std::string& pattern,
+                                                                       const SpokenLists& lists, std::string& error)
+{
+    std::set<std::string> names;
+    for (const auto& list : lists)
+        names.insert(list.first);
+    return parse(lowerWords(pattern), names, error);
+}
+
+bool CommandPattern::takeHostList(const std::string& name, const SpokenList& items, SpokenList& taken,
+                                  std::string& error)
+{
+    if (name.empty()) {
+        error = "a list needs a name";
+        return false;
+    }
+    for (const auto& entry : items) {
+        const std::string spoken = spokenForm(entry.first);
+        if (spoken.empty()) {
+            error = "an empty spoken form (for the value \"" + entry.second + "\")";
+            return false;
+        }
+        taken[spoken] = entry.second;
+    }
+    return true;
 }
 
 std::string CommandPattern::spokenForm(const std::string& text)
 {
     std::string form;
     for (const std::string& word : splitBlanks(text)) {
-        form += form.empty() ? "" : " ";
-        for (const char c : word)
-            form += lowerAscii(c);
+        form += (form.empty() ? "" : " ") + toLowerAscii(word);
     }
     return form;
 }

@@ -33,6 +33,14 @@ public:
     // A host's pattern as the managers take it: its words lower-cased like
     // a phrase's, the slot and list names inside "<...>" as written.
     static std::string lowerWords(const std::string& pattern);
+    // The host's pattern parsed that way against the host's lists.
+    static std::shared_ptr<const CommandPattern> parseHostPattern(const std::string& pattern,
+                                                                  const SpokenLists& lists, std::string& error);
+    // The host's list as the managers keep it: each spoken form by
+    // spokenForm. False with `error` for a list without a name or a spoken
+    // form without a word.
+    static bool takeHostList(const std::string& name, const SpokenList& items, SpokenList& taken,
+                             std::string& error);
     // A list's spoken form lower-cased, with one blank between its words;
     // empty when it has none.
     static std::string spokenForm(const std::string& text);

@@ -4,34 +4,17 @@
 // the host's lists, which decides whether they are the command and what its
 // slots hold.
 
-#include <algorithm>
-#include <set>
-
 #include "common/command_pattern.h"
+#include "common/ksr_text_case.h"
 #include "ksr_logger.h"
 #include "ksr_sapi_manager.h"
-
-namespace {
-
-char lowerAsciiLetter(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
-
-std::string lowerAsciiText(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), lowerAsciiLetter);
-    return text;
-}
-
-}  // namespace
 
 KSR::CommandId KSR_Manager::addCommandPattern(KSR::RuleId ruleId, const std::string& pattern)
 {
     const std::shared_ptr<const KSR::SpokenLists> lists = currentLists();
-    std::set<std::string> names;
-    for (const auto& entry : *lists)
-        names.insert(entry.first);
     std::string error;
     const std::shared_ptr<const KSR::CommandPattern> parsed =
-        KSR::CommandPattern::parse(KSR::CommandPattern::lowerWords(pattern), names, error);
+        KSR::CommandPattern::parseHostPattern(pattern, *lists, error);
     if (!parsed) {
         KSR_Logger::Log("Command pattern \"" + pattern + "\" cannot be added: " + error);
         return KSR::InvalidCommandId;
@@ -44,18 +27,11 @@ KSR::CommandId KSR_Manager::addCommandPattern(KSR::RuleId ruleId, const std::str
 
 bool KSR_Manager::setList(const std::string& name, const KSR::SpokenList& items)
 {
-    const auto refuse = [&name](const std::string& why) {
-        KSR_Logger::Log("List \"" + name + "\" cannot be set: " + why);
-        return false;
-    };
-    if (name.empty())
-        return refuse("a list needs a name");
     KSR::SpokenList lowered;
-    for (const auto& entry : items) {
-        const std::string spoken = KSR::CommandPattern::spokenForm(entry.first);
-        if (spoken.empty())
-            return refuse("an empty spoken form (for the value \"" + entry.second + "\")");
-        lowered[spoken] = entry.second;
+    std::string error;
+    if (!KSR::CommandPattern::takeHostList(name, items, lowered, error)) {
+        KSR_Logger::Log("List \"" + name + "\" cannot be set: " + error);
+        return false;
     }
     {
         std::lock_guard<std::mutex> lock(m_listsMutex);
@@ -91,7 +67,7 @@ bool KSR_Manager::readArguments(KSR::SRData& data, const KSR_Engine::HeardWords&
         return true;
     std::vector<std::string> words;
     for (const std::string& word : heard.words)
-        words.push_back(lowerAsciiText(word));
+        words.push_back(KSR::toLowerAscii(word));
     std::vector<KSR::Argument> arguments;
     if (!command->pattern->match(words, *currentLists(), arguments))
         // A hypothesis may be a command not yet said to its end; it goes

@@ -47,6 +47,7 @@ struct FastCommandState {
     }
     void utteranceBegins()
     {
+        textStageChecked.clear();
         utteranceAudio.clear();
         utteranceComplete = true;
     }
@@ -57,6 +58,7 @@ struct FastCommandState {
     long long partialChangedAt = 0;  // in samples heard, when it last changed
     PhraseMatch partialMatch = PhraseMatch::None;
     bool partialWhole = false;       // the partial is a command as it stands
+    std::string textStageChecked;    // the partial last asked whether it begins free text
     // After an early end: no command recognizer until the next voice.
     SleepUntilVoice commandSleep{kPreRollBytes};
     // After a command took the words: the dictation recognizer, flushed of
@@ -84,6 +86,7 @@ struct FastCommandState {
         partial.clear();
         partialMatch = PhraseMatch::None;
         partialWhole = false;
+        textStageChecked.clear();
         commandOnset = -1;
     }
 };

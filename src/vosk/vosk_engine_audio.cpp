@@ -167,7 +167,7 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
     const bool accepted = mp_commandRecognizer->acceptWaveform(data, length);
     mp_fast->heardByCommandRecognizer(data, length);
     const std::string json = accepted ? mp_commandRecognizer->result() : mp_commandRecognizer->partialResult();
-    if (!m_commandsChanged && beginTextStage(json))
+    if (!m_commandsChanged && beginTextStage(json, accepted))
         return;
 
     if (m_commandsChanged) {

@@ -204,9 +204,13 @@ std::string Engine::resultToCommand(const std::string& json)
             return text;
     }
     if (mp_patterns) {
-        std::vector<std::string> words;
-        KSR::splitString(text, ' ', false, words);
-        if (mp_patterns->matches(words, 0, words.size()))
+        // A partial is read on every chunk and mostly repeats itself.
+        if (m_patternVerdict.set != mp_patterns || m_patternVerdict.text != text) {
+            std::vector<std::string> words;
+            KSR::splitString(text, ' ', false, words);
+            m_patternVerdict = {mp_patterns, text, mp_patterns->matches(words, 0, words.size())};
+        }
+        if (m_patternVerdict.matches)
             return text;
     }
     return std::string();

@@ -35,7 +35,7 @@ const long long kTextQuiet = 500 * FastCommandState::kSamplesPerMillisecond;
 
 }  // namespace
 
-bool Engine::beginTextStage(const std::string& json)
+bool Engine::beginTextStage(const std::string& json, bool accepted)
 {
     const std::shared_ptr<const KSR::CommandPatternSet> patterns = patternSet();
     if (!patterns || !patterns->hasText() || !mp_model)
@@ -43,8 +43,13 @@ bool Engine::beginTextStage(const std::string& json)
     FastCommandState& fast = *mp_fast;
     if (!fast.utteranceComplete || fast.utteranceAudio.empty())
         return false;
+    // A partial is read on every chunk; the same words need no second look.
+    const std::string text = jsonToString(json);
+    if (!accepted && text == fast.textStageChecked)
+        return false;
+    fast.textStageChecked = accepted ? std::string() : text;
     std::vector<std::string> words;
-    KSR::splitString(jsonToString(json), ' ', false, words);
+    KSR::splitString(text, ' ', false, words);
     bool textCommand = patterns->matchesWithUnheardText(words, 0, words.size());
     // With chaining, commands may come first: "save file find [unk]".
     std::string before;

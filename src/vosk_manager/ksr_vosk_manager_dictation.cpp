@@ -6,7 +6,7 @@
 #include "ksr_logger.h"
 #include "vosk_engine.h"
 #include "vosk_manager/ksr_numeral_converter.h"
-#include "vosk_manager/ksr_text_case.h"
+#include "common/ksr_text_case.h"
 #include "vosk_model.h"
 
 namespace {

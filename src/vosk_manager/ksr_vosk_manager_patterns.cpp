@@ -4,19 +4,25 @@
 // against the same set to find its command and its slots' values.
 #include "ksr_vosk_manager.h"
 
-#include <algorithm>
-#include <set>
-
 #include "common/command_pattern.h"
 #include "common/command_pattern_set.h"
 #include "ksr_logger.h"
 #include "vosk_engine.h"
-#include "vosk_manager/ksr_text_case.h"
 #include "vosk_model.h"
 
 namespace {
 
 const char* const kNoModel = "KSR_VoskManager must have a valid acoustic model!";
+
+// Why the words cannot be heard: the first the model does not know; empty
+// when it knows them all.
+std::string unknownWordIn(const Vosk::Model& model, const std::vector<std::string>& words)
+{
+    for (const std::string& word : words)
+        if (!model.findWord(word))
+            return "the model does not know the word \"" + word + "\"";
+    return std::string();
+}
 
 }  // namespace
 
@@ -29,20 +35,11 @@ std::shared_ptr<const KSR::CommandPattern> KSR_VoskManager::parsePattern(const s
         return nullptr;
     }
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    std::set<std::string> names;
-    for (const auto& entry : m_lists)
-        names.insert(entry.first);
-    std::shared_ptr<const KSR::CommandPattern> parsed =
-        KSR::CommandPattern::parse(KSR::CommandPattern::lowerWords(pattern), names, error);
+    std::shared_ptr<const KSR::CommandPattern> parsed = KSR::CommandPattern::parseHostPattern(pattern, m_lists, error);
     if (!parsed)
         return nullptr;
-    for (const std::string& word : parsed->vocabulary(m_lists)) {
-        if (!model->findWord(word)) {
-            error = "the model does not know the word \"" + word + "\"";
-            return nullptr;
-        }
-    }
-    return parsed;
+    error = unknownWordIn(*model, parsed->vocabulary(m_lists));
+    return error.empty() ? parsed : nullptr;
 }
 
 bool KSR_VoskManager::normalizeList(const std::string& name, const KSR::SpokenList& items,
@@ -53,25 +50,14 @@ bool KSR_VoskManager::normalizeList(const std::string& name, const KSR::SpokenLi
         error = kNoModel;
         return false;
     }
-    if (name.empty()) {
-        error = "a list needs a name";
+    if (!KSR::CommandPattern::takeHostList(name, items, normalized, error))
         return false;
-    }
-    for (const auto& entry : items) {
-        const std::string spoken = KSR::CommandPattern::spokenForm(entry.first);
-        if (spoken.empty()) {
-            error = "an empty spoken form (for the value \"" + entry.second + "\")";
-            return false;
-        }
+    for (const auto& entry : normalized) {
         std::vector<std::string> words;
-        KSR::splitString(spoken, ' ', false, words);
-        for (const std::string& word : words) {
-            if (!model->findWord(word)) {
-                error = "the model does not know the word \"" + word + "\"";
-                return false;
-            }
-        }
-        normalized[spoken] = entry.second;
+        KSR::splitString(entry.first, ' ', false, words);
+        error = unknownWordIn(*model, words);
+        if (!error.empty())
+            return false;
     }
     return true;
 }

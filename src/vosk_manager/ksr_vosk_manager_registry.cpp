@@ -8,7 +8,7 @@
 
 #include "ksr_logger.h"
 #include "vosk_engine.h"
-#include "vosk_manager/ksr_text_case.h"
+#include "common/ksr_text_case.h"
 
 namespace {
 
