@@ -120,3 +120,15 @@ speak pat_speed_120_line_73           en+m7             120 45 brown "go to line
 speak pat_speed_230_line_73           en-gb-scotland+m2 230 50 white "go to line seventy three"
 speak pat_oog_line_is_long            en+klatt2         165 45 pink  "the line is long"
 speak pat_oog_people_go_home          en+benjamin       160 50 brown "i think the people go home"
+# Commands under talk around the speaker: the babble of the early end's
+# benchmark (four shared dictation clips at once), 15 dB below the speech,
+# half a second of it before the speech and one and a half after, as in
+# scripts/make_noise_set.sh. Needs ../shared/audio.
+babble_clip() {
+  local name=$1 voice=$2 speed=$3 pitch=$4 text=$5
+  wanted "$name" || return 0
+  [ -f "$TMP/babble.wav" ] || make_babble "$TMP/babble.wav" "${KSR_TEST_AUDIO_DIR:-../shared/audio}"
+  speak_clip "$OUT/$name.wav" "$voice" "$speed" "$pitch" "$TMP/babble.wav" 15 0.5 1.5 "$text" >/dev/null
+}
+babble_clip babble_save_file    en-us+f3  160 40 "save file"
+babble_clip babble_page_down    en-us+f3  160 40 "page down"

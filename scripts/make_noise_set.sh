@@ -24,9 +24,7 @@ SNR=15
 
 # Babble: four talkers, each starting at another moment.
 babble=$OUT/babble_source.wav
-sox -R -m "$AUDIO/dict_hello_world.wav" "|sox -R $AUDIO/dict_what_time.wav -p pad 0.35" \
-  "|sox -R $AUDIO/dict_dogs_happy.wav -p pad 0.7" "|sox -R $AUDIO/dict_this_is_the_cat.wav -p pad 1.05" \
-  -r 16000 -c 1 -b 16 "$babble" repeat 3
+make_babble "$babble" "$AUDIO"
 
 # words|pause ms|words   the command it must give (empty: none)
 phrases=(

@@ -42,3 +42,14 @@ speak_clip() {
     "$tmp/noise.wav" -r 16000 -c 1 -b 16 "$out"
   awk -v l="$lead" -v s="$said_s" 'BEGIN { printf "%d %d\n", l * 1000 + 0.5, (l + s) * 1000 + 0.5 }'
 }
+
+# make_babble OUT_WAV AUDIO_DIR
+#
+# Talk around a speaker: four of the shared dictation clips said at once,
+# each talker starting 0.35 s after the one before, three times over.
+make_babble() {
+  local out=$1 audio=$2
+  sox -R -m "$audio/dict_hello_world.wav" "|sox -R $audio/dict_what_time.wav -p pad 0.35" \
+    "|sox -R $audio/dict_dogs_happy.wav -p pad 0.7" "|sox -R $audio/dict_this_is_the_cat.wav -p pad 1.05" \
+    -r 16000 -c 1 -b 16 "$out" repeat 3
+}

@@ -3,6 +3,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "vosk/held_dictation.h"
 #include "vosk/phrase_index.h"
@@ -69,6 +71,8 @@ struct FastCommandState {
     // CPU for 5 s of audio, against 0.4 s, and a stray failed text).
     SleepUntilVoice freeSleep{kPreRollBytes};
     long long commandOnset = -1;     // when the command recognizer's utterance began
+    long long recognizerStart = 0;   // where the command recognizer's first sample was, in samples heard
+    double wordTimeSeconds = 1.0;    // seconds per unit of libvosk's word times
     // The audio of the command recognizer's current utterance, and after an
     // early end that heard only the beginning of a phrase, that utterance
     // until `resumeBy` (in samples heard), to be heard again with the
@@ -80,9 +84,28 @@ struct FastCommandState {
     long long dictationOnset = -1;   // when the dictation recognizer's utterance began
     HeldDictation held{kHoldLimit};
 
+    // The partial text as it stood kPartialLag after the speaker's last loud
+    // frame: what the speaker said, as far as the decoder shows it. Words
+    // that the partial gained later came from the talk around.
+    std::string speakerPartial()
+    {
+        const long long by = voice.loudEnd() + kPartialLag;
+        std::size_t latest = partials.size();
+        for (std::size_t i = 0; i < partials.size() && partials[i].second <= by; ++i)
+            latest = i;
+        if (latest == partials.size())
+            return std::string();
+        // The speaker's last loud frame only moves on: older texts are done with.
+        partials.erase(partials.begin(), partials.begin() + static_cast<long>(latest));
+        return partials.front().first;
+    }
+    static constexpr long long kPartialLag = 240 * kSamplesPerMillisecond;
+    std::vector<std::pair<std::string, long long>> partials;  // the partial texts and when they came
+
     // A new command recognizer starts a new utterance.
     void commandRecognizerGone()
     {
+        partials.clear();
         partial.clear();
         partialMatch = PhraseMatch::None;
         partialWhole = false;

@@ -11,5 +11,6 @@ target_sources(ksr_core_obj PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/vosk_engine_audio.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vosk_engine_fast.cpp
   ${CMAKE_CURRENT_LIST_DIR}/voice_activity.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/trailing_talk.cpp
   ${CMAKE_CURRENT_LIST_DIR}/phrase_index.cpp
   ${CMAKE_CURRENT_LIST_DIR}/held_dictation.cpp)

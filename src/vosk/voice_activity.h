@@ -24,7 +24,12 @@ namespace Vosk {
 //   traffic and hum is not: under brown or pink noise the whole band's
 //   energy of a 10 ms frame swings by many dB with the noise's slow waves,
 //   and the quiet after speech was never seen.
-// Cost: one multiply-add per sample (six with the filter) and at most 160
+// - Under Rule::TheSpeaker it also tells where the speaker's last loud
+//   frame was: voiced and within 10 dB of the loudest frame of the last
+//   three seconds. Talk around the speaker is that much quieter; the
+//   speaker's own weak syllables can be too, so this tells whose words the
+//   decoder heard after the speaker stopped, not when the speaker stopped.
+// Cost: one multiply-add per sample (six with the filter) and at most 190
 // compares per frame.
 class VoiceActivity {
 public:
@@ -45,13 +50,19 @@ public:
     long long samplesHeard() const { return m_heard; }
     // Where the last voiced frame ended, in samples heard (0 before any).
     long long voiceEnd() const { return m_lastVoiceEnd; }
+    // Where the speaker's last loud frame ended, in samples heard (0 before
+    // any; Rule::TheSpeaker only).
+    long long loudEnd() const { return m_lastLoudEnd; }
 
 private:
     void endFrame();
+    void followLoudness(double energy, bool voiced);
     double highPass(double sample);
 
     static constexpr int kFloorFrames = 60;     // 600 ms
     static constexpr int kSpeakerFrames = 100;  // 1 s
+    static constexpr int kBlockFrames = 10;     // the loudest frame of each 100 ms...
+    static constexpr int kLoudBlocks = 30;      // ...for the last 3 s
 
     Rule m_rule;
     std::array<double, kSpeakerFrames> m_history{};  // mean squares of the last frames
@@ -62,6 +73,11 @@ private:
     int m_inFrame = 0;                             // its samples so far
     long long m_heard = 0;
     long long m_lastVoiceEnd = 0;
+    std::array<double, kLoudBlocks> m_blockPeaks{};  // the loudest frame of each finished block
+    double m_blockPeak = 0.0;                        // of the block being filled
+    int m_blockFrames = 0;                           // its frames so far
+    int m_nextBlock = 0;
+    long long m_lastLoudEnd = 0;
 };
 
 }  // namespace Vosk

@@ -7,6 +7,7 @@
 #include "common/command_pattern_set.h"
 #include "ksr_logger.h"
 #include "vosk/fast_command_state.h"
+#include "vosk/trailing_talk.h"
 #include "vosk/json_phrase.h"
 #include "vosk/vosk_recognizer.h"
 #include "vosk_model.h"
@@ -126,6 +127,7 @@ bool Engine::createModelAndRecognizers(const std::string& modelPath)
         KSR_Logger::Error("Acoustic model " + modelPath + " is invalid!");
         return false;
     }
+    mp_fast->wordTimeSeconds = secondsPerWordTime(modelPath);
     const float rate = static_cast<float>(mp_model->sampleRate());
     mp_dictationRecognizer.reset(new Recognizer(*mp_model, rate));
     if (!mp_dictationRecognizer->isValid()) {

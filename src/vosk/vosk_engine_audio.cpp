@@ -161,12 +161,16 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
         runTextStage(data, length, commandTaken);
         return;
     }
+    const bool fresh = !mp_commandRecognizer;
     if (!ensureCommandRecognizer())
         return;
+    if (fresh)
+        mp_fast->recognizerStart = mp_fast->voice.samplesHeard() - length / 2;
 
     const bool accepted = mp_commandRecognizer->acceptWaveform(data, length);
     mp_fast->heardByCommandRecognizer(data, length);
-    const std::string json = accepted ? mp_commandRecognizer->result() : mp_commandRecognizer->partialResult();
+    const std::string json = accepted ? withoutTrailingTalk(mp_commandRecognizer->result())
+                                      : mp_commandRecognizer->partialResult();
     if (!m_commandsChanged && beginTextStage(json, accepted))
         return;
 

@@ -34,6 +34,7 @@
 
 #include "vosk/fast_command_state.h"
 #include "vosk/phrase_index.h"
+#include "vosk/trailing_talk.h"
 #include "vosk/vosk_recognizer.h"
 #include "vosk_engine.h"
 
@@ -81,6 +82,7 @@ void Engine::followCommandPartial(const std::string& json, bool accepted, bool& 
             fast.commandOnset = now;
         fast.partial = text;
         fast.partialChangedAt = now;
+        fast.partials.emplace_back(text, now);
         if (text.empty()) {
             fast.partialMatch = PhraseMatch::None;
             fast.partialWhole = false;
@@ -92,15 +94,11 @@ void Engine::followCommandPartial(const std::string& json, bool accepted, bool& 
                                 (fast.partialMatch == PhraseMatch::Beginning && index->isWhole(text, m_chaining));
         }
     }
-    const int longQuiet = m_earlyEndMilliseconds;
-    const int shortQuiet = m_earlyEndShortMilliseconds;
-    int quietMilliseconds = longQuiet;
-    if (fast.partialWhole) {
-        if (fast.partialMatch == PhraseMatch::Complete && shortQuiet > 0)
-            quietMilliseconds = std::min(shortQuiet, longQuiet);
-    } else if (fast.partialMatch != PhraseMatch::None) {
+    int quietMilliseconds = m_earlyEndMilliseconds;
+    if (fast.partialWhole)
+        quietMilliseconds = quietAfter(fast.partialMatch);
+    else if (fast.partialMatch != PhraseMatch::None)
         return;  // the beginning of a phrase: libvosk decides
-    }
     // Words that neither are nor begin a command ("[unk]" above all) can
     // never become one: after the long quiet the utterance is ended too, so
     // that the next words start a fresh one. Left alone, the decoder often
@@ -131,7 +129,7 @@ void Engine::finishCommandUtterance(bool& commandTaken, bool early)
     if (!mp_commandRecognizer)
         return;
     FastCommandState& fast = *mp_fast;
-    const std::string finalJson = mp_commandRecognizer->finalResult();
+    const std::string finalJson = withoutTrailingTalk(mp_commandRecognizer->finalResult());
     const bool stale = m_commandsChanged || m_modeChanged;
     bool delivered = false;
     if (!stale)
@@ -155,6 +153,48 @@ void Engine::finishCommandUtterance(bool& commandTaken, bool early)
         fast.commandSleep.fallAsleep();
     else
         fast.commandSleep.stayAwake();
+}
+
+// The quiet that ends a command as it stands: the short one when no longer
+// phrase begins with it, else the long one.
+int Engine::quietAfter(PhraseMatch wholeCommand) const
+{
+    if (wholeCommand == PhraseMatch::Complete && m_earlyEndShortMilliseconds > 0)
+        return std::min(m_earlyEndShortMilliseconds, m_earlyEndMilliseconds);
+    return m_earlyEndMilliseconds;
+}
+
+// A final result that goes on after the speaker's words with words heard
+// while the speaker was quiet ("close window in", "save file [unk]": the
+// talk around) is read as the speaker's words alone, when those are what the
+// partial result showed as the speaker finished. The words that go must lie
+// mostly after the speaker's last loud frame; their start is not enough,
+// because the decoder gives the speaker's weak last sound to the next word.
+// Any other result is returned as it is.
+std::string Engine::withoutTrailingTalk(const std::string& json)
+{
+    FastCommandState& fast = *mp_fast;
+    const long long loudEnd = fast.voice.loudEnd();
+    if (m_earlyEndMilliseconds <= 0 || loudEnd <= fast.recognizerStart)
+        return json;
+    const double cut = static_cast<double>(loudEnd - fast.recognizerStart) /
+                       static_cast<double>(1000 * kSamplesPerMillisecond) / fast.wordTimeSeconds;
+    const std::string speakers = withoutWordsFrom(json, cut);
+    if (speakers.empty())
+        return json;
+    const std::string said = jsonToString(speakers);
+    if (said != fast.speakerPartial())
+        return json;
+    // The speaker may only be pausing inside a longer phrase ("zoom … in"):
+    // the words must have been followed by the quiet that their early end
+    // would wait for.
+    const std::shared_ptr<const PhraseIndex> index = phraseIndex();
+    const PhraseMatch match = index->classify(said, m_chaining);
+    if (match == PhraseMatch::None || !index->isWhole(said, m_chaining))
+        return json;
+    if (fast.voice.samplesHeard() - loudEnd < quietAfter(match) * kSamplesPerMillisecond)
+        return json;
+    return speakers;
 }
 
 bool Engine::commandStageWanted(const char* data, int length, bool voiced, std::string& withPreRoll)

@@ -2,6 +2,10 @@
 // index, the voice-activity measure, chain delivery and the confidence of
 // each chained phrase, and dictated text held while the command recognizer
 // decides.
+#include "vosk/trailing_talk.h"
+#include <cstdlib>
+#include <tuple>
+#include <fstream>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -1013,4 +1017,124 @@ TEST_F(EngineTextSlot, WithoutChainingWordsBeforeTheTextAreNoCommand)
     feed(1);
     EXPECT_EQ(bytesFed(Kind::Dictation), 0);  // no free recognizer
     EXPECT_TRUE(heard.empty());
+}
+
+TEST(VoiceActivity, TalkFarBelowTheSpeakerIsNeverLoud)
+{
+    Vosk::VoiceActivity voice(Vosk::VoiceActivity::Rule::TheSpeaker);
+    const auto quiet = tone(8000, 10.0);
+    voice.feed(quiet.data(), quiet.size());
+    EXPECT_EQ(voice.loudEnd(), 0);
+    const auto speaker = tone(4800, 3000.0);
+    voice.feed(speaker.data(), speaker.size());
+    const long long speakerEnd = voice.samplesHeard();
+    EXPECT_EQ(voice.loudEnd(), speakerEnd);
+    // 15.6 dB below: voice for the end of a command, but not loud.
+    const auto talk = tone(2400, 500.0);
+    voice.feed(talk.data(), talk.size());
+    EXPECT_EQ(voice.samplesSinceVoice(), 0);
+    EXPECT_EQ(voice.loudEnd(), speakerEnd);
+    // 6 dB below the speaker: loud.
+    const auto nearer = tone(1600, 1500.0);
+    voice.feed(nearer.data(), nearer.size());
+    EXPECT_EQ(voice.loudEnd(), voice.samplesHeard());
+}
+
+TEST(TrailingTalk, TheLastWordsFromTheCutOnGo)
+{
+    const std::string json = "{\"result\":[{\"conf\":1.0,\"end\":0.9,\"start\":0.3,\"word\":\"save\"},"
+                             "{\"conf\":0.98,\"end\":1.3,\"start\":0.9,\"word\":\"file\"},"
+                             "{\"conf\":0.7,\"end\":1.9,\"start\":1.2,\"word\":\"[unk]\"}],\"text\":\"save file [unk]\"}";
+    // "[unk]" starts before the cut at 1.4 s, but most of it lies after.
+    EXPECT_EQ(Vosk::withoutWordsFrom(json, 1.4),
+              "{\"result\":[{\"conf\":1.0,\"end\":0.9,\"start\":0.3,\"word\":\"save\"},"
+              "{\"conf\":0.98,\"end\":1.3,\"start\":0.9,\"word\":\"file\"}],\"text\":\"save file\"}");
+    EXPECT_EQ(Vosk::withoutWordsFrom(json, 1.0),
+              "{\"result\":[{\"conf\":1.0,\"end\":0.9,\"start\":0.3,\"word\":\"save\"}],\"text\":\"save\"}");
+    EXPECT_EQ(Vosk::withoutWordsFrom(json, 1.6), "");  // nothing goes
+    EXPECT_EQ(Vosk::withoutWordsFrom("{\"text\":\"save file\"}", 0.0), "");  // no word times
+    EXPECT_EQ(Vosk::withoutWordsFrom("not json", 0.0), "");
+}
+
+TEST(TrailingTalk, WordTimesFollowTheModelsFrameSubsampling)
+{
+    const std::string folder = testing::TempDir() + "ksr_word_times";
+    std::system(("mkdir -p '" + folder + "/conf'").c_str());
+    EXPECT_DOUBLE_EQ(Vosk::secondsPerWordTime(folder), 1.0);  // no model.conf: libvosk's own factor
+    std::ofstream(folder + "/conf/model.conf") << "--beam=13.0\n--frame-subsampling-factor=1\n";
+    EXPECT_DOUBLE_EQ(Vosk::secondsPerWordTime(folder), 1.0 / 3.0);
+    std::ofstream(folder + "/conf/model.conf") << "--frame-subsampling-factor=3\n";
+    EXPECT_DOUBLE_EQ(Vosk::secondsPerWordTime(folder), 1.0);
+}
+
+namespace {
+
+// A final result whose words carry times, as libvosk writes them.
+std::string timedFinal(const std::vector<std::tuple<std::string, double, double>>& words)
+{
+    std::string json = "{\"result\":[";
+    std::string text;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        json += std::string(i ? "," : "") + "{\"conf\":1.0,\"end\":" + std::to_string(std::get<2>(words[i])) +
+                ",\"start\":" + std::to_string(std::get<1>(words[i])) + ",\"word\":\"" + std::get<0>(words[i]) + "\"}";
+        text += (i ? " " : "") + std::get<0>(words[i]);
+    }
+    return json + "],\"text\":\"" + text + "\"}";
+}
+
+class EngineTrailingTalk : public EngineQuietTimes {
+protected:
+    void SetUp() override
+    {
+        EngineQuietTimes::SetUp();
+        feed(3);  // quiet before the speaker, for the voice detector's floor
+    }
+
+    // `chunks` of 100 ms at `amplitude`.
+    void feedTone(int chunks, double amplitude)
+    {
+        const auto samples = tone(1600, amplitude);
+        for (int i = 0; i < chunks; ++i)
+            engine.processAudio(reinterpret_cast<const char*>(samples.data()), 3200);
+    }
+};
+
+}  // namespace
+
+// The speaker says "undo" and stops; talk 15 dB below goes on, so the quiet
+// never comes, and libvosk's own end hears the talk as one more word.
+TEST_F(EngineTrailingTalk, WordsHeardAfterTheSpeakersLastLoudFrameAreNotTheSpeakers)
+{
+    FakeVosk::setCycle(Kind::Command, {{0, partial("undo")}});
+    feedTone(2, 3000.0);
+    feedTone(3, 500.0);
+    EXPECT_TRUE(finals(commands).empty());
+    FakeVosk::pushStep(Kind::Command, 1, timedFinal({{"undo", 0.0, 0.2}, {"[unk]", 0.2, 1.2}}));
+    feedTone(1, 500.0);
+    EXPECT_EQ(finals(commands), (Deliveries{{"undo", 2}}));
+}
+
+// "page" while "page down" is on: the speaker may be pausing inside the
+// longer phrase, so the talk's word keeps the result from being "page"
+// until the long quiet has passed since the speaker's last loud frame.
+TEST_F(EngineTrailingTalk, APhraseThatCouldGoOnWaitsTheLongQuietBeforeTalkIsDropped)
+{
+    FakeVosk::setCycle(Kind::Command, {{0, partial("page")}});
+    feedTone(2, 3000.0);
+    feedTone(1, 500.0);
+    FakeVosk::pushStep(Kind::Command, 1, timedFinal({{"page", 0.0, 0.2}, {"[unk]", 0.2, 1.2}}));
+    feedTone(1, 500.0);  // 200 ms after the speaker; the long quiet is 300 ms
+    EXPECT_TRUE(finals(commands).empty());
+}
+
+// Without the early end every result is taken as libvosk gives it.
+TEST_F(EngineTrailingTalk, WithoutTheEarlyEndTalkAfterACommandIsKept)
+{
+    engine.setEarlyEnd(0);
+    FakeVosk::setCycle(Kind::Command, {{0, partial("undo")}});
+    feedTone(2, 3000.0);
+    feedTone(3, 500.0);
+    FakeVosk::pushStep(Kind::Command, 1, timedFinal({{"undo", 0.0, 0.2}, {"[unk]", 0.2, 1.2}}));
+    feedTone(1, 500.0);
+    EXPECT_TRUE(finals(commands).empty());
 }

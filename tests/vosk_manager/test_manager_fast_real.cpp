@@ -356,3 +356,18 @@ TEST_F(FastCommands, APauseInsideAFormattingPhraseDoesNotCutIt)
     EXPECT_TRUE(commandTexts().empty());
     EXPECT_EQ(manager->failures(), 0);
 }
+
+// Talk around the speaker (four other voices, 15 dB below) goes on after a
+// command, and the decoder hears it as more words: "save file [unk]", "page
+// down line". Those words come after the speaker's last loud frame, so the
+// command is taken without them.
+TEST_F(FastCommands, TalkAroundTheSpeakerAfterACommandIsNotTakenForMoreWords)
+{
+    allCommandsOn({"page down", "page", "zoom"});
+    ASSERT_TRUE(manager->setFastCommands(KSR_VoskManager::RecommendedFastCommandsQuiet));
+    manager->startRecognizing();
+    hear(ownClip("babble_save_file.wav"));
+    hear(ownClip("babble_page_down.wav"));
+    EXPECT_EQ(commandTexts(), (Strings{"save file", "page down"}));
+    EXPECT_EQ(manager->failures(), 0);
+}

@@ -1,0 +1,31 @@
+#ifndef KSR_VOSK_TRAILING_TALK_H
+#define KSR_VOSK_TRAILING_TALK_H
+
+#include <string>
+
+namespace Vosk {
+
+// Talk around the speaker (colleagues, a television) goes on after the
+// speaker's command has ended, and the decoder hears it as more words: a
+// final result taken an instant after the command can read "close window
+// in" or "save file [unk]". The early end knows where the speaker's last
+// loud frame was; the words that start after it are not the speaker's.
+
+// libvosk writes word times as decoded frames times 0.03 s. That is right
+// for a model that decodes every third 10 ms frame (libvosk's default
+// "--frame-subsampling-factor=3"); a model whose conf/model.conf sets
+// another factor gets times that many thirds too long. The seconds of audio
+// per unit of libvosk's word times, read from the model's folder (1 when
+// the file or the setting is missing).
+double secondsPerWordTime(const std::string& modelPath);
+
+// The final result `json` without its last words that start at `cut` or
+// later (in the result's time units), as the recognizer would have written
+// it had it heard only the words before: "text" and "result" shortened,
+// nothing else kept. Empty when no word goes, or when the result cannot be
+// read.
+std::string withoutWordsFrom(const std::string& json, double cut);
+
+}  // namespace Vosk
+
+#endif
