@@ -9,7 +9,9 @@ namespace Vosk {
 // speaker's command has ended, and the decoder hears it as more words: a
 // final result taken an instant after the command can read "close window
 // in" or "save file [unk]". The early end knows where the speaker's last
-// loud frame was; the words that start after it are not the speaker's.
+// loud frame was; words that lie mostly after it are not the speaker's
+// (their start alone does not tell: the decoder gives the speaker's weak
+// last sound to the next word).
 
 // libvosk writes word times as decoded frames times 0.03 s. That is right
 // for a model that decodes every third 10 ms frame (libvosk's default
@@ -19,8 +21,8 @@ namespace Vosk {
 // the file or the setting is missing).
 double secondsPerWordTime(const std::string& modelPath);
 
-// The final result `json` without its last words that start at `cut` or
-// later (in the result's time units), as the recognizer would have written
+// The final result `json` without its last words whose middle lies at `cut`
+// or later (in the result's time units), as the recognizer would have written
 // it had it heard only the words before: "text" and "result" shortened,
 // nothing else kept. Empty when no word goes, or when the result cannot be
 // read.
