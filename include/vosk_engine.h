@@ -186,8 +186,9 @@ private:
     // Early end: follows the command recognizer's partial and the quiet, and
     // ends the utterance when both say it is over.
     void followCommandPartial(const std::string& json, bool accepted, bool& commandTaken);
-    std::string withoutTrailingTalk(const std::string& json);
+    std::string withoutTalkAround(const std::string& json);
     int quietAfter(PhraseMatch wholeCommand) const;
+    bool speakerEndedAmidTalk();
     // After an early end the next command recognizer starts with the next
     // voice (see vosk_engine_fast.cpp); false while this chunk is kept for it.
     bool commandStageWanted(const char* data, int length, bool voiced, std::string& withPreRoll);

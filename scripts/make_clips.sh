@@ -120,15 +120,18 @@ speak pat_speed_120_line_73           en+m7             120 45 brown "go to line
 speak pat_speed_230_line_73           en-gb-scotland+m2 230 50 white "go to line seventy three"
 speak pat_oog_line_is_long            en+klatt2         165 45 pink  "the line is long"
 speak pat_oog_people_go_home          en+benjamin       160 50 brown "i think the people go home"
-# Commands under talk around the speaker: the babble of the early end's
-# benchmark (four shared dictation clips at once), 15 dB below the speech,
-# half a second of it before the speech and one and a half after, as in
-# scripts/make_noise_set.sh. Needs ../shared/audio.
-babble_clip() {
-  local name=$1 voice=$2 speed=$3 pitch=$4 text=$5
+# Commands under talk around the speaker, 15 dB below the speech, half a
+# second of it before the speech and one and a half after, as in
+# scripts/make_noise_set.sh: talk that begins with the speaker and dies
+# down (make_babble), and talk that goes on all along (make_room_talk).
+# Needs ../shared/audio.
+talk_clip() {
+  local maker=$1 name=$2 voice=$3 speed=$4 pitch=$5 text=$6
   wanted "$name" || return 0
-  [ -f "$TMP/babble.wav" ] || make_babble "$TMP/babble.wav" "${KSR_TEST_AUDIO_DIR:-../shared/audio}"
-  speak_clip "$OUT/$name.wav" "$voice" "$speed" "$pitch" "$TMP/babble.wav" 15 0.5 1.5 "$text" >/dev/null
+  [ -f "$TMP/$maker.wav" ] || "$maker" "$TMP/$maker.wav" "${KSR_TEST_AUDIO_DIR:-../shared/audio}"
+  speak_clip "$OUT/$name.wav" "$voice" "$speed" "$pitch" "$TMP/$maker.wav" 15 0.5 1.5 "$text" >/dev/null
 }
-babble_clip babble_save_file    en-us+f3  160 40 "save file"
-babble_clip babble_page_down    en-us+f3  160 40 "page down"
+talk_clip make_babble    babble_save_file    en-us+f3  160 40 "save file"
+talk_clip make_babble    babble_page_down    en-us+f3  160 40 "page down"
+talk_clip make_room_talk room_talk_save_file en-us+f3  160 40 "save file"
+talk_clip make_room_talk room_talk_go_back   en-us+f3  160 40 "go back"

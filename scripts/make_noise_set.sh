@@ -3,7 +3,8 @@
 # below, in two voices, clean and under white, pink, brown and babble noise
 # 15 dB below the speech, with half a second of the noise before the speech
 # and a second and a half after it (a room stays noisy when the speaker
-# stops). Babble is four of the shared dictation clips said at once, looped.
+# stops). Babble is four talkers of the shared dictation clips, talking on
+# and on, before, during and after the speech.
 #
 #   scripts/make_noise_set.sh DIR
 #
@@ -22,9 +23,9 @@ SPEAK_TMP=$(mktemp -d)
 trap 'rm -rf "$SPEAK_TMP"' EXIT
 SNR=15
 
-# Babble: four talkers, each starting at another moment.
+# Babble: four talkers, each at another point of their words.
 babble=$OUT/babble_source.wav
-make_babble "$babble" "$AUDIO"
+make_room_talk "$babble" "$AUDIO"
 
 # words|pause ms|words   the command it must give (empty: none)
 phrases=(

@@ -23,8 +23,9 @@
 // further result, or any for a clip of no command).
 // Goals for the grammar-aware rows: median <= 150 ms and p95 <= 200 ms for
 // phrases nothing can continue, in every noise condition; nothing cut or
-// wrong; nothing from speech of no command; at least 9 in 10 commands heard
-// (the model itself misses a few clips, early end or not).
+// wrong; nothing from speech of no command. Told apart from those: at least
+// 9 in 10 commands heard (the model itself misses a few clips, early end or
+// not, and under babble libvosk's own end hears none).
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -215,6 +216,7 @@ int main(int argc, char** argv)
     std::printf("  %-28s %-7s %17s %17s %6s %4s %6s %7s %6s\n", "", "noise", "cannot continue", "can continue",
                 "right", "cut", "wrong", "missed", "extra");
     bool goalMet = true;
+    std::string fewHeard;  // noises where a grammar-aware row heard fewer than 9 in 10
     const char* only = std::getenv("KSR_BENCH_ONLY");  // a part of a row's name: that row alone
     for (const Row& row : kRows) {
         if (only && !std::strstr(row.name, only))
@@ -235,9 +237,12 @@ int main(int argc, char** argv)
                         noise == noises.front() ? row.name : "", noise.c_str(), p50, p95,
                         Bench::percentile(tally.canContinueMs, 0.5), Bench::percentile(tally.canContinueMs, 0.95),
                         tally.right, tally.cut, tally.wrong, tally.missed, tally.extra);
-            if (row.longQuiet > 0 && row.shortQuiet < row.longQuiet)
+            if (row.longQuiet > 0 && row.shortQuiet < row.longQuiet) {
                 goalMet = goalMet && p50 <= 150.0 && p95 <= 200.0 && tally.cut == 0 && tally.wrong == 0 &&
-                          tally.extra == 0 && tally.right * 10 >= (tally.right + tally.missed) * 9;
+                          tally.extra == 0;
+                if (tally.right * 10 < (tally.right + tally.missed) * 9 && fewHeard.find(noise) == std::string::npos)
+                    fewHeard += " " + noise;
+            }
         }
         if (std::getenv("KSR_BENCH_VERBOSE"))
             for (const Trial& trial : trials) {
@@ -248,7 +253,9 @@ int main(int argc, char** argv)
             }
     }
     std::printf("  goal, grammar-aware: median <= 150 ms, p95 <= 200 ms for phrases nothing can continue, in every "
-                "noise; nothing cut, wrong or extra; 9 in 10 heard: %s\n",
+                "noise; nothing cut, wrong or extra: %s\n",
                 goalMet ? "met" : "NOT met");
+    std::printf("  goal, grammar-aware: 9 in 10 commands heard in every noise: %s%s\n",
+                fewHeard.empty() ? "met" : "NOT met, under", fewHeard.c_str());
     return 0;
 }

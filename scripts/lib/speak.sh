@@ -43,13 +43,34 @@ speak_clip() {
   awk -v l="$lead" -v s="$said_s" 'BEGIN { printf "%d %d\n", l * 1000 + 0.5, (l + s) * 1000 + 0.5 }'
 }
 
+BABBLE_TALKERS=(dict_hello_world dict_what_time dict_dogs_happy dict_this_is_the_cat)
+
 # make_babble OUT_WAV AUDIO_DIR
 #
 # Talk around a speaker: four of the shared dictation clips said at once,
-# each talker starting 0.35 s after the one before, three times over.
+# each talker starting 0.35 s after the one before, three times over. Each
+# round begins with half a second of the clips' own silence and ends in
+# about a second of it.
 make_babble() {
-  local out=$1 audio=$2
-  sox -R -m "$audio/dict_hello_world.wav" "|sox -R $audio/dict_what_time.wav -p pad 0.35" \
-    "|sox -R $audio/dict_dogs_happy.wav -p pad 0.7" "|sox -R $audio/dict_this_is_the_cat.wav -p pad 1.05" \
+  local out=$1 audio=$2 t=("${BABBLE_TALKERS[@]}")
+  sox -R -m "$audio/${t[0]}.wav" "|sox -R $audio/${t[1]}.wav -p pad 0.35" \
+    "|sox -R $audio/${t[2]}.wav -p pad 0.7" "|sox -R $audio/${t[3]}.wav -p pad 1.05" \
     -r 16000 -c 1 -b 16 "$out" repeat 3
+}
+
+# make_room_talk OUT_WAV AUDIO_DIR
+#
+# Talk that goes on around a speaker, as in an office: the same four
+# talkers, each saying their clip over and over with 150 ms between, each
+# from another point of it, so that someone is always talking. 15 s.
+# Needs a scratch folder in $SPEAK_TMP.
+make_room_talk() {
+  local out=$1 audio=$2 k=0 talker loops=()
+  for talker in "${BABBLE_TALKERS[@]}"; do
+    sox -R "$audio/$talker.wav" -r 16000 -c 1 -b 16 "$SPEAK_TMP/talker$k.wav" \
+      silence 1 0.01 0.5% reverse silence 1 0.01 0.5% reverse pad 0 0.15 repeat 19 trim "0.$((k * 6))"
+    loops+=("$SPEAK_TMP/talker$k.wav")
+    k=$((k + 1))
+  done
+  sox -R -m "${loops[@]}" -r 16000 -c 1 -b 16 "$out" trim 0 15
 }

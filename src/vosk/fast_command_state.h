@@ -86,18 +86,23 @@ struct FastCommandState {
 
     // The partial text as it stood kPartialLag after the speaker's last loud
     // frame: what the speaker said, as far as the decoder shows it. Words
-    // that the partial gained later came from the talk around.
-    std::string speakerPartial()
+    // that the partial gained later came from the talk around. `at`: when
+    // the decoder first showed that text, in samples heard.
+    struct Heard {
+        std::string text;
+        long long at = 0;
+    };
+    Heard speakerPartial()
     {
         const long long by = voice.loudEnd() + kPartialLag;
         std::size_t latest = partials.size();
         for (std::size_t i = 0; i < partials.size() && partials[i].second <= by; ++i)
             latest = i;
         if (latest == partials.size())
-            return std::string();
+            return Heard();
         // The speaker's last loud frame only moves on: older texts are done with.
         partials.erase(partials.begin(), partials.begin() + static_cast<long>(latest));
-        return partials.front().first;
+        return Heard{partials.front().first, partials.front().second};
     }
     static constexpr long long kPartialLag = 240 * kSamplesPerMillisecond;
     std::vector<std::pair<std::string, long long>> partials;  // the partial texts and when they came

@@ -1,7 +1,9 @@
 #include "vosk/trailing_talk.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <limits>
 
 #include <rapidjson/document.h>
 #include <rapidjson/writer.h>
@@ -32,6 +34,11 @@ double secondsPerWordTime(const std::string& modelPath)
 
 std::string withoutWordsFrom(const std::string& json, double cut)
 {
+    return onlyWordsWithin(json, -std::numeric_limits<double>::infinity(), cut);
+}
+
+std::string onlyWordsWithin(const std::string& json, double from, double cut, std::size_t most)
+{
     rapidjson::Document document;
     document.Parse(json.c_str(), json.size());
     if (document.HasParseError() || !document.IsObject())
@@ -40,29 +47,36 @@ std::string withoutWordsFrom(const std::string& json, double cut)
     if (result == document.MemberEnd() || !result->value.IsArray())
         return std::string();
     rapidjson::Value& words = result->value;
-    rapidjson::SizeType kept = words.Size();
-    while (kept > 0) {
-        const rapidjson::Value& word = words[kept - 1];
+    // The middle of a word; NaN when the word has no times.
+    const auto middle = [](const rapidjson::Value& word) {
         if (!word.IsObject())
-            break;
+            return std::numeric_limits<double>::quiet_NaN();
         const auto start = word.FindMember("start");
         const auto end = word.FindMember("end");
         if (start == word.MemberEnd() || !start->value.IsNumber() || end == word.MemberEnd() ||
-            !end->value.IsNumber() || (start->value.GetDouble() + end->value.GetDouble()) / 2.0 < cut)
-            break;
+            !end->value.IsNumber())
+            return std::numeric_limits<double>::quiet_NaN();
+        return (start->value.GetDouble() + end->value.GetDouble()) / 2.0;
+    };
+    rapidjson::SizeType kept = words.Size();
+    while (kept > 0 && middle(words[kept - 1]) >= cut)
         --kept;
-    }
-    if (kept == words.Size())
+    rapidjson::SizeType first = 0;
+    while (first < kept && middle(words[first]) < from)
+        ++first;
+    kept = std::min<rapidjson::SizeType>(kept, first + static_cast<rapidjson::SizeType>(std::min<std::size_t>(most, words.Size())));
+    if (first == 0 && kept == words.Size())
         return std::string();
     std::string text;
-    for (rapidjson::SizeType i = 0; i < kept; ++i) {
+    for (rapidjson::SizeType i = first; i < kept; ++i) {
         const auto word = words[i].FindMember("word");
         if (word == words[i].MemberEnd() || !word->value.IsString())
             return std::string();
-        text += (i ? " " : "") + std::string(word->value.GetString(), word->value.GetStringLength());
+        text += (i > first ? " " : "") + std::string(word->value.GetString(), word->value.GetStringLength());
     }
     while (words.Size() > kept)
         words.PopBack();
+    words.Erase(words.Begin(), words.Begin() + first);
     rapidjson::Document shortened(rapidjson::kObjectType);
     shortened.AddMember("result", rapidjson::Value(words, shortened.GetAllocator()), shortened.GetAllocator());
     shortened.AddMember("text", rapidjson::Value(text.c_str(), static_cast<rapidjson::SizeType>(text.size()),

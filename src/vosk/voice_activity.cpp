@@ -26,6 +26,13 @@ const double kBelowSpeakerRatio = 0.01;
 // babble, four talkers 15 dB below the speaker's average: their loudest
 // frames came 13 to 15 dB below the speaker's loudest.
 const double kLoudRatio = 0.1;
+// Talk swings by this much within 300 ms (its syllables and pauses; four
+// talkers at once by 10 dB between the quietest and loudest tenth of the
+// frames); steady noise, even high-passed brown noise, by at most 4 dB.
+const double kTalkSwing = 3.98;  // 6 dB
+// A frame of the speaker stands this much above the loudest tenth of the
+// talk before them (3 dB).
+const double kAboveTalk = 2.0;
 // The energy is measured above 150 Hz: a second-order Butterworth high-pass
 // (the biquad of R. Bristow-Johnson's cookbook). Below that there is hardly
 // speech but most of the power of brown and pink noise (fans, traffic,
@@ -99,13 +106,21 @@ void VoiceActivity::endFrame()
         followLoudness(energy, voiced);
 }
 
-void VoiceActivity::followLoudness(double energy, bool voiced)
+double VoiceActivity::loudest() const
 {
-    m_blockPeak = std::max(m_blockPeak, energy);
     double loudest = m_blockPeak;
     for (const double peak : m_blockPeaks)
         loudest = std::max(loudest, peak);
-    if (voiced && energy > loudest * kLoudRatio)
+    return loudest;
+}
+
+void VoiceActivity::followLoudness(double energy, bool voiced)
+{
+    m_recent[static_cast<std::size_t>(m_nextRecent)] = {energy, voiced};
+    m_nextRecent = (m_nextRecent + 1) % kRecentFrames;
+    m_recentFrames = std::min(m_recentFrames + 1, kRecentFrames);
+    m_blockPeak = std::max(m_blockPeak, energy);
+    if (voiced && energy > loudest() * kLoudRatio)
         m_lastLoudEnd = m_heard;
     if (++m_blockFrames == kBlockFrames) {
         m_blockPeaks[static_cast<std::size_t>(m_nextBlock)] = m_blockPeak;
@@ -113,6 +128,48 @@ void VoiceActivity::followLoudness(double energy, bool voiced)
         m_blockPeak = 0.0;
         m_blockFrames = 0;
     }
+}
+
+VoiceActivity::AmidTalk VoiceActivity::speakerAmidTalk() const
+{
+    // Frame `back` frames before the newest.
+    const auto recent = [this](int back) -> const Frame& {
+        return m_recent[static_cast<std::size_t>((m_nextRecent - 1 - back + kRecentFrames) % kRecentFrames)];
+    };
+    const double loud = loudest() * kLoudRatio;
+    const auto isLoud = [&](int back) { return recent(back).voiced && recent(back).energy > loud; };
+    int onset = -1;  // frames back
+    int sinceLoud = 0;
+    for (int back = 0; back < m_recentFrames && sinceLoud < kRunGap; ++back) {
+        if (isLoud(back)) {
+            onset = back;
+            sinceLoud = 0;
+        } else if (onset >= 0) {
+            ++sinceLoud;
+        }
+    }
+    if (onset < 0 || sinceLoud < kRunGap || onset + kBeforeGap + kBeforeFrames > m_recentFrames)
+        return {};
+    std::array<double, kBeforeFrames> before{};
+    int voiced = 0;
+    for (int i = 0; i < kBeforeFrames; ++i) {
+        const Frame& frame = recent(onset + kBeforeGap + i);
+        before[static_cast<std::size_t>(i)] = frame.energy;
+        voiced += frame.voiced ? 1 : 0;
+    }
+    std::sort(before.begin(), before.end());
+    const double low = before[kBeforeFrames / 10];
+    const double high = before[kBeforeFrames - 1 - kBeforeFrames / 10];
+    if (2 * voiced <= kBeforeFrames || high < low * kTalkSwing)
+        return {};
+    AmidTalk talk;
+    talk.onset = m_heard - static_cast<long long>(onset + 1) * kFrameSamples;
+    for (int back = 0; back <= onset; ++back)
+        if (recent(back).energy > high * kAboveTalk || isLoud(back)) {
+            talk.end = m_heard - static_cast<long long>(back) * kFrameSamples;
+            break;
+        }
+    return talk;
 }
 
 }  // namespace Vosk

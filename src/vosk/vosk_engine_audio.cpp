@@ -169,7 +169,7 @@ void Engine::runCommandStage(const char* data, int length, bool& commandTaken)
 
     const bool accepted = mp_commandRecognizer->acceptWaveform(data, length);
     mp_fast->heardByCommandRecognizer(data, length);
-    const std::string json = accepted ? withoutTrailingTalk(mp_commandRecognizer->result())
+    const std::string json = accepted ? withoutTalkAround(mp_commandRecognizer->result())
                                       : mp_commandRecognizer->partialResult();
     if (!m_commandsChanged && beginTextStage(json, accepted))
         return;

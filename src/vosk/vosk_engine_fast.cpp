@@ -31,6 +31,7 @@
 // second command lost.
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 
 #include "vosk/fast_command_state.h"
 #include "vosk/phrase_index.h"
@@ -48,6 +49,27 @@ const long long kSamplesPerMillisecond = FastCommandState::kSamplesPerMillisecon
 // 250 ms after the grammar recognizer); a command begun later belongs to a
 // later utterance, and the dictated text before it must not wait for it.
 const long long kSameOnset = 500 * kSamplesPerMillisecond;
+
+std::size_t wordCount(const std::string& text)
+{
+    return text.empty() ? 0 : static_cast<std::size_t>(std::count(text.begin(), text.end(), ' ')) + 1;
+}
+
+// The longest end of `text` that is a command as it stands, or nothing.
+std::string wholeCommandEnding(const PhraseIndex& index, const std::string& text, bool chaining)
+{
+    std::size_t from = 0;
+    while (from < text.size()) {
+        const std::string ending = text.substr(from);
+        if (index.classify(ending, chaining) != PhraseMatch::None && index.isWhole(ending, chaining))
+            return ending;
+        const std::size_t space = text.find(' ', from);
+        if (space == std::string::npos)
+            break;
+        from = space + 1;
+    }
+    return std::string();
+}
 
 }  // namespace
 
@@ -94,6 +116,10 @@ void Engine::followCommandPartial(const std::string& json, bool accepted, bool& 
                                 (fast.partialMatch == PhraseMatch::Beginning && index->isWhole(text, m_chaining));
         }
     }
+    if (speakerEndedAmidTalk()) {
+        finishCommandUtterance(commandTaken, true);
+        return;
+    }
     int quietMilliseconds = m_earlyEndMilliseconds;
     if (fast.partialWhole)
         quietMilliseconds = quietAfter(fast.partialMatch);
@@ -129,7 +155,7 @@ void Engine::finishCommandUtterance(bool& commandTaken, bool early)
     if (!mp_commandRecognizer)
         return;
     FastCommandState& fast = *mp_fast;
-    const std::string finalJson = withoutTrailingTalk(mp_commandRecognizer->finalResult());
+    const std::string finalJson = withoutTalkAround(mp_commandRecognizer->finalResult());
     const bool stale = m_commandsChanged || m_modeChanged;
     bool delivered = false;
     if (!stale)
@@ -164,27 +190,89 @@ int Engine::quietAfter(PhraseMatch wholeCommand) const
     return m_earlyEndMilliseconds;
 }
 
+// Talk around the speaker keeps the audio voiced after the speaker stops,
+// so the quiet that ends a command is never heard, and the decoder takes
+// the talk for words before and after the speaker's ("close save file
+// [unk]"). When talk went on before the speaker began, the speaker has
+// ended once their last loud frame lies the command's quiet behind, and
+// their words are the command that ends the partial result as it stood as
+// they finished. Only then: without talk before them, a stretch of the
+// speaker's own weak syllables (up to 440 ms more than 10 dB below their
+// vowels: "-sand" of "thousand") would be taken for the end of their words.
+bool Engine::speakerEndedAmidTalk()
+{
+    FastCommandState& fast = *mp_fast;
+    const VoiceActivity& voice = fast.voice;
+    const long long now = voice.samplesHeard();
+    const long long sinceLoud = now - voice.loudEnd();
+    if (voice.loudEnd() <= fast.recognizerStart || sinceLoud < quietAfter(PhraseMatch::Complete) * kSamplesPerMillisecond)
+        return false;
+    const VoiceActivity::AmidTalk talk = voice.speakerAmidTalk();
+    if (talk.onset < 0)
+        return false;
+    const FastCommandState::Heard speakers = fast.speakerPartial();
+    const std::shared_ptr<const PhraseIndex> index = phraseIndex();
+    const std::string said = wholeCommandEnding(*index, speakers.text, m_chaining);
+    if (said.empty())
+        return false;
+    // The decoder shows a phrase's last word as soon as its first sound,
+    // and the speaker's weak first sounds ("f" of "file") are no louder than
+    // the talk: the words must have stood as long as the quiet.
+    const PhraseMatch match = index->classify(said, m_chaining);
+    const long long quiet = quietAfter(match) * kSamplesPerMillisecond;
+    if (now - speakers.at < quiet)
+        return false;
+    if (match == PhraseMatch::Complete)
+        return true;
+    // A command that could go on ("page" while "page down" is on): the
+    // speaker's next word after a pause may be too weak to be loud. The long
+    // quiet counts from the speaker's last frame above the talk, and the
+    // partial must not have heard more since.
+    return now - talk.end >= quiet && fast.partial == speakers.text;
+}
+
 // A final result that goes on after the speaker's words with words heard
 // while the speaker was quiet ("close window in", "save file [unk]": the
 // talk around) is read as the speaker's words alone, when those are what the
 // partial result showed as the speaker finished. The words that go must lie
 // mostly after the speaker's last loud frame; their start is not enough,
 // because the decoder gives the speaker's weak last sound to the next word.
-// Any other result is returned as it is.
-std::string Engine::withoutTrailingTalk(const std::string& json)
+// When talk went on before the speaker began, the words that lie mostly
+// before their first loud frame go too, and the partial need only end with
+// the speaker's words. Any other result is returned as it is.
+std::string Engine::withoutTalkAround(const std::string& json)
 {
     FastCommandState& fast = *mp_fast;
     const long long loudEnd = fast.voice.loudEnd();
     if (m_earlyEndMilliseconds <= 0 || loudEnd <= fast.recognizerStart)
         return json;
-    const double cut = static_cast<double>(loudEnd - fast.recognizerStart) /
-                       static_cast<double>(1000 * kSamplesPerMillisecond) / fast.wordTimeSeconds;
-    const std::string speakers = withoutWordsFrom(json, cut);
-    if (speakers.empty())
-        return json;
-    const std::string said = jsonToString(speakers);
-    if (said != fast.speakerPartial())
-        return json;
+    const auto inWordTime = [&](long long samples) {
+        return static_cast<double>(samples - fast.recognizerStart) /
+               static_cast<double>(1000 * kSamplesPerMillisecond) / fast.wordTimeSeconds;
+    };
+    const long long onset = fast.voice.speakerAmidTalk().onset;
+    std::string speakers;
+    std::string said;
+    if (onset > fast.recognizerStart) {
+        // The decoder hears the speaker's weak last word ("file" 15 dB below
+        // "save") as well as it hears the talk: the speaker's words are the
+        // command that ends the partial as they finished, and the words
+        // after those must lie mostly after the last loud frame.
+        said = wholeCommandEnding(*phraseIndex(), fast.speakerPartial().text, m_chaining);
+        const std::size_t count = wordCount(said);
+        speakers = onlyWordsWithin(json, inWordTime(onset), std::numeric_limits<double>::infinity(), count);
+        const std::string loud = onlyWordsWithin(json, inWordTime(onset), inWordTime(loudEnd));
+        if (said.empty() || jsonToString(speakers.empty() ? json : speakers) != said ||
+            wordCount(jsonToString(loud.empty() ? json : loud)) > count || speakers.empty())
+            return json;
+    } else {
+        speakers = withoutWordsFrom(json, inWordTime(loudEnd));
+        if (speakers.empty())
+            return json;
+        said = jsonToString(speakers);
+        if (said != fast.speakerPartial().text)
+            return json;
+    }
     // The speaker may only be pausing inside a longer phrase ("zoom … in"):
     // the words must have been followed by the quiet that their early end
     // would wait for.

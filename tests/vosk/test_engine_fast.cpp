@@ -1138,3 +1138,151 @@ TEST_F(EngineTrailingTalk, WithoutTheEarlyEndTalkAfterACommandIsKept)
     feedTone(1, 500.0);
     EXPECT_TRUE(finals(commands).empty());
 }
+
+namespace {
+
+// 100 ms of talk: 70 ms at `amplitude`, then 30 ms at a quarter of it
+// (12 dB less), as a room's talk swings between syllables.
+std::vector<std::int16_t> talkChunk(double amplitude)
+{
+    std::vector<std::int16_t> chunk = tone(1120, amplitude);
+    const auto dip = tone(480, amplitude / 4.0);
+    chunk.insert(chunk.end(), dip.begin(), dip.end());
+    return chunk;
+}
+
+void feedTalk(Vosk::VoiceActivity& voice, int chunks, double amplitude)
+{
+    const auto chunk = talkChunk(amplitude);
+    for (int i = 0; i < chunks; ++i)
+        voice.feed(chunk.data(), chunk.size());
+}
+
+}  // namespace
+
+TEST(VoiceActivity, TalkBeforeTheSpeakerIsToldAndWhereTheSpeakerBeganAndEnded)
+{
+    Vosk::VoiceActivity voice(Vosk::VoiceActivity::Rule::TheSpeaker);
+    const auto quiet = tone(8000, 10.0);
+    voice.feed(quiet.data(), quiet.size());
+    feedTalk(voice, 10, 500.0);
+    EXPECT_EQ(voice.speakerAmidTalk().onset, -1);  // the talk is the loudest yet: no speaker above it
+    const long long speakerBegins = voice.samplesHeard();
+    const auto speaker = tone(4800, 3000.0);
+    voice.feed(speaker.data(), speaker.size());
+    const long long speakerEnds = voice.samplesHeard();
+    feedTalk(voice, 3, 500.0);
+    const Vosk::VoiceActivity::AmidTalk talk = voice.speakerAmidTalk();
+    EXPECT_EQ(talk.onset, speakerBegins);
+    EXPECT_EQ(talk.end, speakerEnds);
+    EXPECT_EQ(voice.loudEnd(), speakerEnds);
+    // A frame more than 3 dB above the talk's loudest is the speaker's, loud or not.
+    const auto weak = tone(800, 800.0);  // 11.5 dB below the speaker, 4 dB above the talk
+    voice.feed(weak.data(), weak.size());
+    EXPECT_EQ(voice.speakerAmidTalk().end, voice.samplesHeard());
+    EXPECT_EQ(voice.loudEnd(), speakerEnds);
+}
+
+TEST(VoiceActivity, NoTalkIsToldBeforeASpeakerInQuietOrSteadyNoise)
+{
+    for (const double before : {10.0, 500.0}) {
+        Vosk::VoiceActivity voice(Vosk::VoiceActivity::Rule::TheSpeaker);
+        const auto steady = tone(24000, before);  // a steady level swings by no 6 dB
+        voice.feed(steady.data(), steady.size());
+        const auto speaker = tone(4800, 3000.0);
+        voice.feed(speaker.data(), speaker.size());
+        feedTalk(voice, 3, 500.0);
+        EXPECT_EQ(voice.speakerAmidTalk().onset, -1) << before;
+    }
+}
+
+TEST(VoiceActivity, NoTalkIsToldWhenTheSpeakerHasSpokenForLongerThanTheHistory)
+{
+    Vosk::VoiceActivity voice(Vosk::VoiceActivity::Rule::TheSpeaker);
+    const auto quiet = tone(8000, 10.0);
+    voice.feed(quiet.data(), quiet.size());
+    feedTalk(voice, 10, 500.0);
+    const auto speaker = tone(16000 * 5, 3000.0);  // five seconds without a pause
+    voice.feed(speaker.data(), speaker.size());
+    feedTalk(voice, 3, 500.0);
+    EXPECT_EQ(voice.speakerAmidTalk().onset, -1);
+}
+
+TEST(TrailingTalk, TheFirstWordsBeforeTheSpeakerGoToo)
+{
+    const std::string json = "{\"result\":[{\"conf\":0.5,\"end\":0.4,\"start\":0.0,\"word\":\"close\"},"
+                             "{\"conf\":1.0,\"end\":0.9,\"start\":0.45,\"word\":\"save\"},"
+                             "{\"conf\":0.98,\"end\":1.3,\"start\":0.9,\"word\":\"file\"},"
+                             "{\"conf\":0.7,\"end\":1.9,\"start\":1.2,\"word\":\"[unk]\"}],\"text\":\"close save file [unk]\"}";
+    const std::string saveFile = "{\"result\":[{\"conf\":1.0,\"end\":0.9,\"start\":0.45,\"word\":\"save\"},"
+                                 "{\"conf\":0.98,\"end\":1.3,\"start\":0.9,\"word\":\"file\"}],\"text\":\"save file\"}";
+    EXPECT_EQ(Vosk::onlyWordsWithin(json, 0.5, 1.4), saveFile);
+    EXPECT_EQ(Vosk::onlyWordsWithin(json, 0.5, 10.0, 2), saveFile);  // at most two words
+    EXPECT_EQ(Vosk::onlyWordsWithin(json, 0.0, 10.0), "");           // nothing goes
+    EXPECT_EQ(Vosk::onlyWordsWithin(json, 0.5, 0.6),
+              "{\"result\":[],\"text\":\"\"}");  // every word goes
+}
+
+namespace {
+
+class EngineTalkAround : public EngineTrailingTalk {
+protected:
+    void feedTalk(int chunks)
+    {
+        const auto samples = talkChunk(500.0);
+        for (int i = 0; i < chunks; ++i)
+            engine.processAudio(reinterpret_cast<const char*>(samples.data()), 3200);
+    }
+};
+
+}  // namespace
+
+// Talk goes on before, during and after the speaker's "undo", and the
+// decoder hears it as words on both sides. The command ends the short quiet
+// after the speaker's last loud frame, without the talk's words.
+TEST_F(EngineTalkAround, ACommandAmidTalkEndsTheShortQuietAfterTheSpeakerWithoutTheTalksWords)
+{
+    FakeVosk::setCycle(Kind::Command, {{0, partial("[unk] undo")}});
+    feedTalk(10);
+    feedTone(3, 3000.0);
+    EXPECT_TRUE(finals(commands).empty());
+    // The recognizer began 300 to 400 ms before the talk: "undo" lies
+    // between 1.05 and 1.15 s after the talk began, inside the speaker's words.
+    FakeVosk::pushFinal(Kind::Command, timedFinal({{"[unk]", 0.0, 0.9}, {"undo", 1.3, 1.6}, {"[unk]", 1.75, 2.6}}));
+    feedTalk(1);  // 100 ms: the short quiet
+    EXPECT_EQ(finals(commands), (Deliveries{{"undo", 2}}));
+}
+
+// Without talk before the speaker the same words do not end early: the
+// speaker's weak syllables can be as far below their vowels as talk is.
+TEST_F(EngineTalkAround, WithoutTalkBeforeTheSpeakerTalkAfterThemEndsNothingEarly)
+{
+    FakeVosk::setCycle(Kind::Command, {{0, partial("undo")}});
+    feedTone(3, 3000.0);
+    feedTalk(5);
+    EXPECT_TRUE(finals(commands).empty());
+}
+
+// "page" while "page down" is on: the speaker may be pausing. Amid talk it
+// waits the long quiet after the speaker's last frame above the talk, and
+// not at all once the partial heard more: "down" may have been too weak
+// to be loud.
+TEST_F(EngineTalkAround, APhraseThatCouldGoOnAmidTalkWaitsTheLongQuietAndNoMoreWords)
+{
+    FakeVosk::setCycle(Kind::Command, {{0, partial("[unk] page")}});
+    feedTalk(10);
+    feedTone(3, 3000.0);
+    FakeVosk::pushFinal(Kind::Command, timedFinal({{"[unk]", 0.0, 0.9}, {"page", 1.3, 1.6}}));
+    feedTalk(2);
+    EXPECT_TRUE(finals(commands).empty());
+    feedTalk(1);  // 300 ms: the long quiet
+    EXPECT_EQ(finals(commands), (Deliveries{{"page", 2}}));
+
+    commands.clear();
+    FakeVosk::setCycle(Kind::Command, {{0, partial("[unk] page")}});
+    feedTalk(10);
+    feedTone(3, 3000.0);
+    FakeVosk::setCycle(Kind::Command, {{0, partial("[unk] page down")}});
+    feedTalk(5);
+    EXPECT_TRUE(finals(commands).empty());
+}

@@ -371,3 +371,27 @@ TEST_F(FastCommands, TalkAroundTheSpeakerAfterACommandIsNotTakenForMoreWords)
     EXPECT_EQ(commandTexts(), (Strings{"save file", "page down"}));
     EXPECT_EQ(manager->failures(), 0);
 }
+
+// Talk that goes on all along around the speaker (four other voices, 15 dB
+// below): the audio never falls quiet, and the decoder hears the talk before
+// and after the command as words too ("close save file [unk]"). The command
+// is taken alone, while the talk still goes on: within 300 ms of the end of
+// the speech (the clips' speech ends 1289 and 1050 ms into them).
+TEST_F(FastCommands, ACommandAmidTalkThatGoesOnIsTakenAloneBeforeTheTalkEnds)
+{
+    allCommandsOn();
+    ASSERT_TRUE(manager->setFastCommands(KSR_VoskManager::RecommendedFastCommandsQuiet));
+    manager->startRecognizing();
+    noise(1.0);
+    started = true;
+    std::vector<std::size_t> speechEnds;
+    for (const auto& clip : {std::make_pair("room_talk_save_file.wav", 1289), std::make_pair("room_talk_go_back.wav", 1050)}) {
+        speechEnds.push_back(samplesFed + static_cast<std::size_t>(clip.second) * 16);
+        hear(ownClip(clip.first));
+    }
+    EXPECT_EQ(commandTexts(), (Strings{"save file", "go back"}));
+    EXPECT_EQ(manager->failures(), 0);
+    ASSERT_EQ(recognitionTimes.size(), speechEnds.size());
+    for (std::size_t i = 0; i < speechEnds.size(); ++i)
+        EXPECT_LT(recognitionTimes[i], speechEnds[i] + 300 * 16) << i;
+}
