@@ -50,6 +50,7 @@ const long long kSamplesPerMillisecond = FastCommandState::kSamplesPerMillisecon
 // later utterance, and the dictated text before it must not wait for it.
 const long long kSameOnset = 500 * kSamplesPerMillisecond;
 
+// Words in a text of words joined by single spaces.
 std::size_t wordCount(const std::string& text)
 {
     return text.empty() ? 0 : static_cast<std::size_t>(std::count(text.begin(), text.end(), ' ')) + 1;
@@ -330,7 +331,7 @@ bool Engine::deliverChain(const std::string& json, bool& commandTaken)
     const std::vector<int> confidences = wordConfidences(json);
     std::size_t first = 0;
     for (const std::string& phrase : phrases) {
-        const std::size_t count = static_cast<std::size_t>(std::count(phrase.begin(), phrase.end(), ' ')) + 1;
+        const std::size_t count = wordCount(phrase);
         std::string dictated = commandToText(phrase);
         if (!dictated.empty()) {
             const KSR::DictationRecognizedFunction deliver = dictationFunction();
